@@ -1,0 +1,126 @@
+// Attributes of tags and elements, and the narrow attribute of the encoding prescan.
+#pragma once
+
+#include <climits>
+#include <cstdint>
+#include <string>
+
+#include "dom/binary_serializable.h"
+#include "dom/names.h"
+#include "library/shared_types.h"
+
+namespace Parsers {
+
+class Element;
+
+// The string every namespace URI lookup returns when nothing is declared.
+const UString& sharedEmptyString();
+
+// An attribute over a string type: UString for tokens and elements, a narrow
+// std::string for the encoding prescan, which reads raw bytes.
+template <typename String>
+class BasicAttribute : public BinarySerializable {
+public:
+    using CharType = typename String::value_type;
+
+    BasicAttribute(CharType firstCharacter, TextPosition where) : name(1, firstCharacter)
+    {
+        position = where;
+    }
+    BasicAttribute(const BasicAttribute&) = default;
+    BasicAttribute& operator=(const BasicAttribute&) = delete;
+    ~BasicAttribute() override = default;
+
+    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
+
+    // Assigns the local name; the cached attribute id no longer holds.
+    void setName(const String& newName)
+    {
+        name = newName;
+        attributeId = AttributeId::Unknown;
+    }
+
+    // The attribute id of the name, cached once found. An unknown name is looked
+    // up again on the next call.
+    AttributeId getAttributeId()
+    {
+        if (attributeId != AttributeId::Unknown) return attributeId;
+        AttributeId found = lookUpAttributeId();
+        attributeId = found;
+        return found;
+    }
+
+    // The same answer as getAttributeId without storing it.
+    AttributeId lookUpAttributeId() const
+    {
+        if (attributeId != AttributeId::Unknown || name.empty()) return attributeId;
+        const AttributeRow* row = lookupAttributeName(name.data(), name.size());
+        return row ? row->id : AttributeId::Unknown;
+    }
+
+    // "prefix:name", or the name alone when there is no prefix: the key of the
+    // attribute maps.
+    String getQualifiedName() const
+    {
+        if (prefix.empty()) return name;
+        String qualified;
+        qualified.reserve(prefix.size() + 1 + name.size());
+        qualified.append(prefix);
+        qualified.push_back(static_cast<CharType>(':'));
+        qualified.append(name);
+        return qualified;
+    }
+
+    // The namespace URI declared for the attribute's prefix, seen from its owner
+    // element (only over UString; see element.cpp).
+    const UString& getNamespaceUri();
+
+    // Same name, value and prefix, unit for unit.
+    bool equals(const BasicAttribute& other) const
+    {
+        return name == other.name && value == other.value && prefix == other.prefix;
+    }
+
+    TextPosition position;
+    bool duplicate = false;
+    String name;
+    String value;
+    String prefix;
+    const UString* namespaceUriCache = nullptr;
+    NamespaceId namespaceId = NamespaceId::None;
+    AttributeId attributeId = AttributeId::Unknown;
+    std::int32_t imageIndex = -1;
+    Element* owner = nullptr;
+};
+
+using Attribute = BasicAttribute<UString>;
+using NarrowAttribute = BasicAttribute<std::string>;
+using AttributeRef = std::shared_ptr<Attribute>;
+
+// The narrow attribute exists for the prescan only and is never written into an
+// image.
+template <>
+inline std::uint32_t NarrowAttribute::serialize(std::uint8_t*, StringTable*)
+{
+    throw enDPE::NotImplementedByClass;
+}
+
+// The name tables hold 16-bit names: a narrow name has no attribute id.
+template <>
+inline AttributeId NarrowAttribute::lookUpAttributeId() const
+{
+    return AttributeId::Unknown;
+}
+
+// Written in the image module.
+template <>
+std::uint32_t Attribute::serialize(std::uint8_t* destination, StringTable* stringTable);
+
+template <>
+const UString& Attribute::getNamespaceUri();
+
+// True for a namespace declaration: prefix "xmlns", or no prefix and the name
+// "xmlns". Exact and case sensitive.
+bool isNamespaceDeclaration(const Attribute& attribute);
+
+}  // namespace Parsers

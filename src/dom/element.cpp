@@ -1,0 +1,242 @@
+#include "dom/element.h"
+
+namespace Parsers {
+
+const UString& sharedEmptyString()
+{
+    static const UString empty;
+    return empty;
+}
+
+namespace {
+
+const char16_t kXmlns[] = u"xmlns";
+const char16_t kEncoding[] = u"encoding";
+
+bool isAsciiDigit(char16_t unit)
+{
+    return unit >= u'0' && unit <= u'9';
+}
+
+// The value up to its first zero unit, as the cell scan reads it.
+std::u16string_view textBeforeZero(const UString& value)
+{
+    std::u16string_view text(value);
+    return text.substr(0, text.find(u'\0'));
+}
+
+bool allDigits(std::u16string_view text)
+{
+    for (char16_t unit : text) {
+        if (!isAsciiDigit(unit)) return false;
+    }
+    return true;
+}
+
+// Decimal value in unsigned 32-bit arithmetic: overflow wraps, unchecked.
+std::uint32_t decimalValue(std::u16string_view digits)
+{
+    std::uint32_t value = 0;
+    for (char16_t unit : digits) value = value * 10u + static_cast<std::uint32_t>(unit - u'0');
+    return value;
+}
+
+// A span keeps its value for an empty or non-numeric text; otherwise it becomes
+// the number when that is above 1, and 1 when it is not.
+void readSpan(std::u16string_view text, std::uint32_t& span)
+{
+    if (text.empty() || !allDigits(text)) return;
+    std::uint32_t value = decimalValue(text);
+    span = value > 1 ? value : 1;
+}
+
+// A width counts only as digits followed by a percent sign; anything else is -1.
+std::int32_t percentWidthOf(std::u16string_view text)
+{
+    if (text.empty() || text.back() != u'%') return -1;
+    std::u16string_view digits = text.substr(0, text.size() - 1);
+    if (digits.empty() || !allDigits(digits)) return -1;
+    return static_cast<std::int32_t>(decimalValue(digits));
+}
+
+// Does this attribute declare the namespace of the given prefix (the default
+// namespace for an empty prefix)?
+bool declaresPrefix(const Attribute& attribute, const UString& wantedPrefix)
+{
+    if (wantedPrefix.empty()) return attribute.prefix.empty() && attribute.name == kXmlns;
+    return attribute.prefix == kXmlns && attribute.name == wantedPrefix;
+}
+
+}  // namespace
+
+bool isNamespaceDeclaration(const Attribute& attribute)
+{
+    return attribute.prefix == kXmlns || (attribute.prefix.empty() && attribute.name == kXmlns);
+}
+
+template <>
+const UString& Attribute::getNamespaceUri()
+{
+    if (namespaceUriCache) return *namespaceUriCache;
+    if (!owner) return sharedEmptyString();
+    const UString& uri = prefix.empty() ? owner->getNamespaceUri() : owner->findNamespaceUri(prefix);
+    namespaceUriCache = &uri;
+    return uri;
+}
+
+Element::Element(const TagTokenRef& startTag)
+    : Node(NodeType::Element), tagId(TagId::Unknown), token(startTag)
+{
+    name = startTag->name;
+    prefix = startTag->prefix;
+    for (const auto& entry : startTag->attributes) entry.second->owner = this;
+    attributes = startTag->attributes;
+}
+
+void Element::cacheRow(const TagRow* row)
+{
+    tagId = row->id;
+    category = row->category;
+}
+
+TagId Element::lookUpTagId() const
+{
+    if (tagId != TagId::Unknown || name.empty()) return tagId;
+    const TagRow* row = lookupTagName(name.data(), name.size());
+    return row ? row->id : TagId::Unknown;
+}
+
+TagId Element::getTagId()
+{
+    if (tagId != TagId::Unknown || name.empty()) return tagId;
+    const TagRow* row = lookupTagName(name.data(), name.size());
+    if (!row) return TagId::Unknown;
+    cacheRow(row);
+    return tagId;
+}
+
+TagCategory Element::getCategory()
+{
+    if (category != TagCategory::Unclassified) return category;
+    getTagId();
+    return category;
+}
+
+const UString& Element::getNodeName()
+{
+    if (name.empty() && tagId != TagId::Unknown) {
+        const char16_t* text = tagNameText(static_cast<std::int32_t>(tagId));
+        if (text) name = text;
+    }
+    return name;
+}
+
+void Element::setAttribute(const AttributeRef& attribute)
+{
+    attribute->owner = this;
+    attributes[attribute->getQualifiedName()] = attribute;
+}
+
+AttributeMap::iterator Element::findAttributeExact(const UString& attributeName,
+                                                   const UString& attributePrefix,
+                                                   AttributeMap::iterator from,
+                                                   AttributeMap::iterator to)
+{
+    for (auto position = from; position != to; ++position) {
+        const Attribute& attribute = *position->second;
+        if (attribute.name == attributeName && attribute.prefix == attributePrefix) return position;
+    }
+    return to;
+}
+
+Attribute* Element::findAttribute(const UString& attributePrefix)
+{
+    static const UString encoding(kEncoding);
+    auto found = findAttributeExact(encoding, attributePrefix, attributes.begin(), attributes.end());
+    return found == attributes.end() ? nullptr : found->second.get();
+}
+
+const UString& Element::findNamespaceUri(const UString& wantedPrefix)
+{
+    for (Node* node = this; node; node = node->parent) {
+        if (node->nodeType != NodeType::Element) continue;
+        for (const auto& entry : static_cast<Element*>(node)->attributes) {
+            if (declaresPrefix(*entry.second, wantedPrefix)) return entry.second->value;
+        }
+    }
+    return sharedEmptyString();
+}
+
+const UString& Element::getNamespaceUri()
+{
+    if (namespaceUriCache) return *namespaceUriCache;
+    const UString& found = findNamespaceUri(prefix);
+    namespaceUriCache = found.empty() ? &sharedEmptyString() : &found;
+    return *namespaceUriCache;
+}
+
+bool Element::isSelfClosing() const
+{
+    if (!children.empty()) return false;
+    return token ? token->selfClosing : selfClosing;
+}
+
+TableCellElement::TableCellElement(const TagTokenRef& startTag) : Element(startTag)
+{
+    for (const auto& entry : startTag->attributes) {
+        Attribute& attribute = *entry.second;
+        std::u16string_view text = textBeforeZero(attribute.value);
+        switch (attribute.getAttributeId()) {
+        case AttributeId::Colspan:
+            readSpan(text, colSpan);
+            break;
+        case AttributeId::Rowspan:
+            readSpan(text, rowSpan);
+            break;
+        case AttributeId::Width:
+            percentWidth = percentWidthOf(text);
+            break;
+        default:
+            break;
+        }
+    }
+}
+
+void TableCellElement::setColSpan(const UString& value)
+{
+    readSpan(textBeforeZero(value), colSpan);
+}
+
+void TableCellElement::setRowSpan(const UString& value)
+{
+    readSpan(textBeforeZero(value), rowSpan);
+}
+
+bool isSameFormatting(const Element& a, const Element& b)
+{
+    if (&a == &b) return true;
+    if (a.tagId != b.tagId || a.namespaceId != b.namespaceId) return false;
+    if (a.attributes.size() != b.attributes.size()) return false;
+    for (const auto& [key, attribute] : a.attributes) {
+        auto match = b.attributes.find(key);
+        if (match == b.attributes.end() || !attribute->equals(*match->second)) return false;
+    }
+    return true;
+}
+
+NodeRef createElementFromToken(const TagTokenRef& startTag, NamespaceId namespaceId,
+                               std::int32_t documentKind)
+{
+    if (!startTag || startTag->type != TokenType::StartTag) return nullptr;
+    TagId id = startTag->getTagId();
+    std::shared_ptr<Element> element;
+    if (id == TagId::Td || id == TagId::Th) {
+        element = std::make_shared<TableCellElement>(startTag);
+    } else {
+        element = std::make_shared<Element>(startTag);
+    }
+    element->namespaceId = documentKind == 1 ? namespaceId : NamespaceId::None;
+    return element;
+}
+
+}  // namespace Parsers

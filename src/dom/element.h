@@ -1,0 +1,98 @@
+// Elements: the nodes the tree constructor works with all the time.
+//
+// An element carries its identity twice, as the stored name and as a cached tag
+// id, because the tree rules ask for the id constantly and a cached id is one
+// load and one compare.
+#pragma once
+
+#include <climits>
+#include <cstdint>
+#include <map>
+
+#include "dom/attribute.h"
+#include "dom/node.h"
+#include "tokenizer/token.h"
+
+namespace Parsers {
+
+class Element : public Node {
+public:
+    // An element known by its tag id alone: its name stays empty until someone
+    // asks for getNodeName.
+    Element(TagId id, NodeType type) : Node(type), tagId(id) {}
+    // An element made from a start tag: takes the tag's name and prefix, and
+    // shares its attributes, which now belong to this element.
+    explicit Element(const TagTokenRef& startTag);
+    ~Element() override = default;
+
+    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
+    // Fills an empty name from the tag name list first, if the tag id is known.
+    const UString& getNodeName() override;
+
+    TagId getTagId();
+    // The same answer as getTagId without storing a found id.
+    TagId lookUpTagId() const;
+    TagCategory getCategory();
+    void setAttribute(const AttributeRef& attribute);
+    // The first attribute named "encoding" with the given prefix, or null.
+    Attribute* findAttribute(const UString& attributePrefix);
+    // The first attribute in [from, to) with the given name and prefix.
+    AttributeMap::iterator findAttributeExact(const UString& attributeName,
+                                              const UString& attributePrefix,
+                                              AttributeMap::iterator from,
+                                              AttributeMap::iterator to);
+    // The URI declared for the element's own prefix; cached at the first call.
+    const UString& getNamespaceUri();
+    // The value of the nearest xmlns (empty prefix) or xmlns:prefix attribute on
+    // this element or an ancestor; the shared empty string when there is none.
+    const UString& findNamespaceUri(const UString& wantedPrefix);
+    bool isSelfClosing() const;
+    const TagTokenRef& getToken() const { return token; }
+
+    TagId tagId;
+    std::int32_t reservedFirst = INT_MIN;
+    std::int32_t reservedSecond = INT_MIN;
+    AttributeMap attributes;
+    UString prefix;
+    const UString* namespaceUriCache = nullptr;
+    bool selfClosing = false;
+    TagCategory category = TagCategory::Unclassified;
+    TagTokenRef token;
+
+private:
+    void cacheRow(const TagRow* row);
+};
+
+// The marker entry of the list of active formatting elements. Never in a tree.
+class MarkerElement : public Element {
+public:
+    MarkerElement() : Element(TagId::Unknown, NodeType::Marker) {}
+    ~MarkerElement() override = default;
+};
+
+// td and th: the element with the span and width numbers of its attributes.
+class TableCellElement : public Element {
+public:
+    explicit TableCellElement(const TagTokenRef& startTag);
+    ~TableCellElement() override = default;
+
+    // Set a span from an attribute value, by the rules of construction.
+    void setColSpan(const UString& value);
+    void setRowSpan(const UString& value);
+
+    std::uint32_t colSpan = 1;
+    std::uint32_t rowSpan = 1;
+    std::int32_t percentWidth = -1;
+};
+
+// The same element in the sense of the list of active formatting elements: same
+// tag id, namespace and attributes (names, values and prefixes).
+bool isSameFormatting(const Element& a, const Element& b);
+
+// Makes the element for a start tag: a TableCellElement for td and th, an
+// Element otherwise; null for any other token. Its namespace is the given one
+// under documentKind 1 and None under documentKind 2.
+NodeRef createElementFromToken(const TagTokenRef& startTag, NamespaceId namespaceId,
+                               std::int32_t documentKind);
+
+}  // namespace Parsers

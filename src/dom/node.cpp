@@ -1,0 +1,219 @@
+#include "dom/node.h"
+
+#include <algorithm>
+
+#include "dom/element.h"
+
+namespace Parsers {
+
+std::uint32_t Node::serialize(std::uint8_t*, StringTable*)
+{
+    throw enDPE::NotImplementedByClass;
+}
+
+// A tree can be nested far deeper than the call stack allows, so the subtree is
+// taken apart with an explicit list instead of by recursive destructors: every
+// child whose last reference is ours gives its children to the list before it
+// dies, and so dies without children of its own.
+Node::~Node()
+{
+    if (children.empty()) return;
+    std::vector<NodeRef> pending = std::move(children);
+    children.clear();
+    while (!pending.empty()) {
+        NodeRef node = std::move(pending.back());
+        pending.pop_back();
+        node->parent = nullptr;
+        node->previousSibling = nullptr;
+        node->nextSibling = nullptr;
+        if (node.use_count() == 1) {
+            for (NodeRef& child : node->children) pending.push_back(std::move(child));
+            node->children.clear();
+        }
+    }
+}
+
+Document* Node::getOwnerDocument() const
+{
+    for (Node* node = parent; node; node = node->parent) {
+        if (node->nodeType == NodeType::Document) return static_cast<Document*>(node);
+    }
+    return nullptr;
+}
+
+namespace {
+
+// The tag id of a node if it is an element, looked up and cached as elements do.
+TagId elementTagId(Node* node)
+{
+    if (node->nodeType != NodeType::Element) return TagId::Unknown;
+    return static_cast<Element*>(node)->getTagId();
+}
+
+NodeRef firstElementChildWithTag(Node* parent, TagId wanted)
+{
+    for (const NodeRef& child : parent->children) {
+        if (elementTagId(child.get()) == wanted) return child;
+    }
+    return nullptr;
+}
+
+// True when candidate is node or one of node's ancestors. A node without
+// children can be nobody's ancestor, which spares the walk for the new nodes
+// that make up nearly every insertion.
+bool isSelfOrAncestor(const Node* candidate, const Node* node)
+{
+    if (candidate == node) return true;
+    if (candidate->children.empty()) return false;
+    for (const Node* above = node->parent; above; above = above->parent) {
+        if (above == candidate) return true;
+    }
+    return false;
+}
+
+bool isTextNode(const Node* node)
+{
+    return node && node->nodeType == NodeType::Text;
+}
+
+void appendText(Node* target, const Node* text)
+{
+    static_cast<CharacterData*>(target)->data.append(static_cast<const CharacterData*>(text)->data);
+}
+
+std::vector<NodeRef>::iterator findChild(std::vector<NodeRef>& children, const Node* child)
+{
+    return std::find_if(children.begin(), children.end(),
+                        [child](const NodeRef& entry) { return entry.get() == child; });
+}
+
+}  // namespace
+
+NodeRef Document::getHTMLNode()
+{
+    return firstElementChildWithTag(this, TagId::Html);
+}
+
+NodeRef Document::getBODYNode()
+{
+    NodeRef html = getHTMLNode();
+    if (!html) return nullptr;
+    return firstElementChildWithTag(html.get(), TagId::Body);
+}
+
+NodeRef Document::getHEADNode()
+{
+    NodeRef html = getHTMLNode();
+    if (!html) return nullptr;
+    return firstElementChildWithTag(html.get(), TagId::Head);
+}
+
+bool canHoldChildren(const Node* parent)
+{
+    return parent &&
+           (parent->nodeType == NodeType::Element || parent->nodeType == NodeType::Document);
+}
+
+void linkAsLastChild(NodeRef child, std::vector<NodeRef>& list)
+{
+    if (list.empty()) {
+        child->nextSibling = nullptr;
+        child->previousSibling = nullptr;
+    } else {
+        Node* last = list.back().get();
+        child->previousSibling = last;
+        last->nextSibling = child.get();
+    }
+    list.push_back(std::move(child));
+}
+
+void appendChild(NodeRef child, Node* parent)
+{
+    if (!canHoldChildren(parent)) return;
+    if (isSelfOrAncestor(child.get(), parent)) return;
+    if (isTextNode(child.get()) && isTextNode(parent->lastChild())) {
+        appendText(parent->lastChild(), child.get());
+        return;
+    }
+    child->parent = parent;
+    linkAsLastChild(std::move(child), parent->children);
+}
+
+void insertBefore(NodeRef child, NodeRef reference, Node* parent)
+{
+    if (!canHoldChildren(parent)) return;
+    if (!reference) {
+        appendChild(std::move(child), parent);
+        return;
+    }
+    if (reference->parent != parent) return;
+    if (isSelfOrAncestor(child.get(), parent)) return;
+    Node* before = reference->previousSibling;
+    if (isTextNode(child.get()) && isTextNode(before)) {
+        appendText(before, child.get());
+        return;
+    }
+    child->parent = parent;
+    child->previousSibling = before;
+    child->nextSibling = reference.get();
+    if (before) before->nextSibling = child.get();
+    reference->previousSibling = child.get();
+    auto position = findChild(parent->children, reference.get());
+    parent->children.insert(position, std::move(child));
+}
+
+void appendCharacter(char16_t unit, Node* parent)
+{
+    if (!canHoldChildren(parent)) return;
+    Node* last = parent->lastChild();
+    if (isTextNode(last)) {
+        static_cast<CharacterData*>(last)->data.push_back(unit);
+        return;
+    }
+    auto text = std::make_shared<TextNode>(unit);
+    text->parent = parent;
+    linkAsLastChild(std::move(text), parent->children);
+}
+
+void insertCharacterBefore(char16_t unit, NodeRef reference, Node* parent)
+{
+    insertBefore(std::make_shared<TextNode>(unit), std::move(reference), parent);
+}
+
+NodeRef removeChild(Node* child, Node* parent)
+{
+    if (!canHoldChildren(parent) || !child || child->parent != parent) return nullptr;
+    auto position = findChild(parent->children, child);
+    if (position == parent->children.end()) return nullptr;
+    if (child->previousSibling) child->previousSibling->nextSibling = child->nextSibling;
+    if (child->nextSibling) child->nextSibling->previousSibling = child->previousSibling;
+    child->parent = nullptr;
+    child->previousSibling = nullptr;
+    child->nextSibling = nullptr;
+    NodeRef removed = std::move(*position);
+    parent->children.erase(position);
+    return removed;
+}
+
+// The result is that of taking the first child of source, removing it and
+// appending it to target, until source has no children. Taking the whole list at
+// once gives every child the same outcome without shifting the rest of the list
+// for each one, which would be quadratic in the number of children.
+void moveChildren(Node* source, Node* target)
+{
+    std::vector<NodeRef> moving = std::move(source->children);
+    source->children.clear();
+    for (NodeRef& child : moving) {
+        child->parent = nullptr;
+        child->previousSibling = nullptr;
+        child->nextSibling = nullptr;
+    }
+    for (NodeRef& child : moving) appendChild(std::move(child), target);
+}
+
+void moveChildren(const NodeRef& source, const NodeRef& target)
+{
+    moveChildren(source.get(), target.get());
+}
+
+}  // namespace Parsers

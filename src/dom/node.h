@@ -1,0 +1,134 @@
+// The document tree: node classes and the operations that change its shape.
+//
+// Parents own their children through NodeRef; parent and sibling links are plain
+// pointers that own nothing. Shape operations never fail loudly: an operation
+// that is refused (a parent that cannot hold children, a node that would become
+// its own ancestor, a reference node of another parent) leaves the tree as it was.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "dom/binary_serializable.h"
+#include "library/shared_types.h"
+
+namespace Parsers {
+
+class Document;
+
+class Node : public BinarySerializable {
+public:
+    explicit Node(NodeType type) : nodeType(type) {}
+    Node(const Node&) = delete;
+    Node& operator=(const Node&) = delete;
+
+    // Only elements, texts and comments have records in an image; every other
+    // node class throws here.
+    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
+    // Releases the subtree without recursing on its depth.
+    ~Node() override;
+    virtual const UString& getNodeName() { return name; }
+
+    // The name as a null-terminated 16-bit text.
+    const char16_t* getNodeNameText() { return getNodeName().c_str(); }
+    NodeType getNodeType() const { return nodeType; }
+    bool isDocument() const { return nodeType == NodeType::Document; }
+    bool isElement() const { return nodeType == NodeType::Element; }
+    bool isText() const { return nodeType == NodeType::Text; }
+    Node* getParent() const { return parent; }
+    std::vector<NodeRef>& getChildren() { return children; }
+    const std::vector<NodeRef>& getChildren() const { return children; }
+    Node* lastChild() const { return children.empty() ? nullptr : children.back().get(); }
+    NamespaceId getNamespaceId() const { return namespaceId; }
+    void setNamespaceId(NamespaceId id) { namespaceId = id; }
+    // The nearest Document above this node, starting at its parent; null if none.
+    Document* getOwnerDocument() const;
+
+    UString name;
+    const NodeType nodeType;
+    Node* previousSibling = nullptr;
+    Node* nextSibling = nullptr;
+    Node* parent = nullptr;
+    std::vector<NodeRef> children;
+    bool hiddenFromMarkup = false;
+    std::uint32_t imageIndex = 0xFFFFFFFFu;
+    NamespaceId namespaceId = NamespaceId::Html;
+};
+
+// A node that carries text: a TextNode or a Comment.
+class CharacterData : public Node {
+public:
+    // Comments start from a whole text.
+    explicit CharacterData(const UString& text) : Node(NodeType::Comment), data(text) {}
+
+    UString data;
+
+protected:
+    // Text always begins as one character and grows by appendCharacter.
+    CharacterData(NodeType type, char16_t firstUnit) : Node(type), data(1, firstUnit) {}
+};
+
+class TextNode : public CharacterData {
+public:
+    explicit TextNode(char16_t firstUnit) : CharacterData(NodeType::Text, firstUnit) {}
+    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
+};
+
+class Comment : public CharacterData {
+public:
+    explicit Comment(const UString& text) : CharacterData(text) {}
+    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
+};
+
+class DocumentType : public Node {
+public:
+    DocumentType(const UString& doctypeName, const UString& publicIdentifier,
+                 const UString& systemIdentifier)
+        : Node(NodeType::DocumentType), publicId(publicIdentifier), systemId(systemIdentifier)
+    {
+        name = doctypeName;
+    }
+
+    UString publicId;
+    UString systemId;
+};
+
+class Document : public Node {
+public:
+    // documentKind 1 is case folding HTML parsing, 2 case preserving parsing.
+    explicit Document(std::int32_t kind) : Node(NodeType::Document), documentKind(kind) {}
+
+    // The first child that is an element whose tag is html, or null.
+    NodeRef getHTMLNode();
+    // The first element child of getHTMLNode whose tag is body, or null.
+    NodeRef getBODYNode();
+    // The first element child of getHTMLNode whose tag is head, or null.
+    NodeRef getHEADNode();
+
+    std::int32_t quirksMode = 0;
+    const std::int32_t documentKind;
+};
+
+// True for the nodes that may hold children: elements and documents.
+bool canHoldChildren(const Node* parent);
+
+// Appends child as parent's last child. A text appended behind a text is merged
+// into it and stays unlinked. Refused when parent cannot hold children, or when
+// child is parent or one of its ancestors.
+void appendChild(NodeRef child, Node* parent);
+// Inserts child in front of reference (appends when reference is null). A text is
+// merged into a text sibling in front of reference, never into reference itself.
+void insertBefore(NodeRef child, NodeRef reference, Node* parent);
+// Appends one unit of text: extends a last TextNode or starts a new one.
+void appendCharacter(char16_t unit, Node* parent);
+// Inserts one unit of text in front of reference, as insertBefore does.
+void insertCharacterBefore(char16_t unit, NodeRef reference, Node* parent);
+// Unlinks child from parent. Returns it, or null when child is not parent's.
+NodeRef removeChild(Node* child, Node* parent);
+// Moves all children of source, in order, to the end of target (with merging).
+void moveChildren(Node* source, Node* target);
+void moveChildren(const NodeRef& source, const NodeRef& target);
+// Sets the sibling links of child for the end of list and pushes it.
+void linkAsLastChild(NodeRef child, std::vector<NodeRef>& list);
+
+}  // namespace Parsers

@@ -1,0 +1,125 @@
+// Tokens: what the tokenizer hands to the tree constructor. Character data is no
+// token; it travels one 16-bit unit at a time through TokenReceiver.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+
+#include "dom/attribute.h"
+#include "dom/names.h"
+#include "library/shared_types.h"
+
+namespace Parsers {
+
+enum class TokenType : std::uint32_t {
+    EndOfFile = 1,
+    StartTag = 2,
+    EndTag = 3,
+    Doctype = 4,
+    Comment = 5,
+};
+
+// Attributes by qualified name, ordered by 16-bit unit value (a name sorts
+// before any longer name that it begins).
+using AttributeMap = std::map<UString, AttributeRef>;
+
+class Token {
+public:
+    explicit Token(TokenType tokenType) : type(tokenType) {}
+    Token(const Token&) = default;
+    Token& operator=(const Token&) = delete;
+    virtual ~Token() = default;
+
+    TokenType type;
+    TextPosition position;
+    bool ignored = false;
+};
+
+class NamedToken : public Token {
+public:
+    using Token::Token;
+
+    // The name becomes exactly this one unit.
+    virtual void setFirstCharacter(char16_t unit) { name.assign(1, unit); }
+    // Assigns the whole name; giving the token its own name changes nothing.
+    virtual void setName(const UString& text)
+    {
+        if (&text != &name) name = text;
+    }
+
+    UString name;
+};
+
+class TagToken : public NamedToken {
+public:
+    explicit TagToken(TokenType tokenType) : NamedToken(tokenType) {}
+
+    void setFirstCharacter(char16_t unit) override
+    {
+        NamedToken::setFirstCharacter(unit);
+        tagEntry = nullptr;
+    }
+    void setName(const UString& text) override { NamedToken::setName(text); }
+
+    // The tag id of the name, cached in tagEntry once found. A name in no table
+    // row (an upper-case name among them) answers Unknown and is looked up again
+    // on the next call.
+    TagId getTagId()
+    {
+        if (!tagEntry) tagEntry = lookupTagName(name.data(), name.size());
+        return tagEntry ? tagEntry->id : TagId::Unknown;
+    }
+
+    // Starts a new attribute whose name is this one unit. The one before is
+    // dropped unless finishAttribute has entered it.
+    void beginAttribute(char16_t unit, TextPosition where)
+    {
+        currentAttribute = std::make_shared<Attribute>(unit, where);
+    }
+
+    AttributeMap attributes;
+    AttributeRef currentAttribute;
+    bool selfClosing = false;
+    bool selfClosingAcknowledged = false;
+    const TagRow* tagEntry = nullptr;
+    UString prefix;
+};
+
+class DoctypeToken : public NamedToken {
+public:
+    DoctypeToken() : NamedToken(TokenType::Doctype) {}
+
+    bool forceQuirks = false;
+    UString publicId;
+    UString systemId;
+};
+
+class DataToken : public Token {
+public:
+    using Token::Token;
+
+    UString data;
+};
+
+class CommentToken : public DataToken {
+public:
+    CommentToken() : DataToken(TokenType::Comment) {}
+};
+
+class EndOfFileToken : public Token {
+public:
+    EndOfFileToken() : Token(TokenType::EndOfFile) {}
+};
+
+using TagTokenRef = std::shared_ptr<TagToken>;
+
+// Takes what the tokenizer emits: single units of text and whole tokens.
+class TokenReceiver {
+public:
+    virtual void processCharacter(char16_t unit, const TextPosition* position) = 0;
+    virtual void processToken(TokenRef token) = 0;
+    virtual ~TokenReceiver() = default;
+};
+
+}  // namespace Parsers
