@@ -1,0 +1,247 @@
+#include "image/image_writer.h"
+
+#include <bit>
+#include <cstring>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "dom/element.h"
+#include "dom/node.h"
+#include "image/image_block.h"
+#include "image/image_format.h"
+#include "image/string_table.h"
+
+namespace Parsers {
+
+namespace {
+
+static_assert(std::endian::native == std::endian::little,
+              "string units are copied into the image as they lie in memory");
+
+const char16_t kXmlns[] = u"xmlns";
+
+// The namespace declarations in force at the element being visited: for each
+// prefix (empty for the default namespace) the values of the xmlns attributes
+// that bind it, nearest last. Kept while the tree is walked from the top, so
+// every element finds its namespace URI without walking up to the root.
+class NamespaceScopes {
+public:
+    // Adds the bindings an element declares; returns how many it added.
+    std::size_t enter(const Element& element)
+    {
+        std::size_t added = 0;
+        for (const auto& entry : element.attributes) {
+            const Attribute& attribute = *entry.second;
+            std::u16string_view prefix;
+            if (!boundPrefix(attribute, prefix)) continue;
+            if (boundByLastEntries(prefix, added)) continue;  // the first declaration wins
+            bindings[prefix].push_back(&attribute.value);
+            undo.push_back(prefix);
+            ++added;
+        }
+        return added;
+    }
+
+    void leave(std::size_t added)
+    {
+        for (; added > 0; --added) {
+            bindings[undo.back()].pop_back();
+            undo.pop_back();
+        }
+    }
+
+    // The nearest declared URI for the prefix, or the shared empty string.
+    const UString& lookup(std::u16string_view prefix) const
+    {
+        auto found = bindings.find(prefix);
+        if (found == bindings.end() || found->second.empty()) return sharedEmptyString();
+        const UString& uri = *found->second.back();
+        return uri.empty() ? sharedEmptyString() : uri;
+    }
+
+private:
+    // Which prefix an attribute declares: "xmlns" the default (empty) one,
+    // "xmlns:p" the prefix p. An "xmlns:" with no name declares none.
+    static bool boundPrefix(const Attribute& attribute, std::u16string_view& prefix)
+    {
+        if (attribute.prefix.empty() && attribute.name == kXmlns) {
+            prefix = std::u16string_view();
+            return true;
+        }
+        if (attribute.prefix == kXmlns && !attribute.name.empty()) {
+            prefix = attribute.name;
+            return true;
+        }
+        return false;
+    }
+
+    bool boundByLastEntries(std::u16string_view prefix, std::size_t count) const
+    {
+        for (std::size_t i = 0; i < count; ++i) {
+            if (undo[undo.size() - 1 - i] == prefix) return true;
+        }
+        return false;
+    }
+
+    std::unordered_map<std::u16string_view, std::vector<const UString*>> bindings;
+    std::vector<std::u16string_view> undo;
+};
+
+// Fills the namespace URI caches of an element and of the attributes it owns
+// from the declarations in force. The values are those the lazy lookups would
+// find; attributes owned by another element keep the lazy lookup.
+void resolveNamespaces(Element& element, const NamespaceScopes& scopes)
+{
+    if (!element.namespaceUriCache) element.namespaceUriCache = &scopes.lookup(element.prefix);
+    for (const auto& entry : element.attributes) {
+        Attribute& attribute = *entry.second;
+        if (attribute.namespaceUriCache || attribute.owner != &element) continue;
+        attribute.namespaceUriCache = attribute.prefix.empty() ? element.namespaceUriCache
+                                                               : &scopes.lookup(attribute.prefix);
+    }
+}
+
+struct Collection {
+    std::vector<BinarySerializable*> nodes;
+    std::vector<BinarySerializable*> attributes;
+    std::vector<Element*> elements;
+};
+
+struct WalkFrame {
+    Node* node;
+    std::size_t nextChild;
+    std::size_t bindings;
+};
+
+WalkFrame enterNode(Node* node, Collection& collection, NamespaceScopes& scopes)
+{
+    node->imageIndex = static_cast<std::uint32_t>(collection.nodes.size());
+    collection.nodes.push_back(node);
+    std::size_t bindings = 0;
+    if (node->nodeType == NodeType::Element) {
+        auto* element = static_cast<Element*>(node);
+        collection.elements.push_back(element);
+        bindings = scopes.enter(*element);
+        resolveNamespaces(*element, scopes);
+    }
+    return WalkFrame{node, 0, bindings};
+}
+
+// Numbers a subtree in pre-order with an explicit stack: trees nest deeper
+// than the call stack would allow.
+void collectSubtree(Node* root, Collection& collection, NamespaceScopes& scopes)
+{
+    std::vector<WalkFrame> stack;
+    stack.push_back(enterNode(root, collection, scopes));
+    while (!stack.empty()) {
+        WalkFrame& top = stack.back();
+        if (top.nextChild < top.node->children.size()) {
+            Node* child = top.node->children[top.nextChild++].get();
+            stack.push_back(enterNode(child, collection, scopes));
+        } else {
+            scopes.leave(top.bindings);
+            stack.pop_back();
+        }
+    }
+}
+
+bool isImageRoot(const Node* node)
+{
+    return node->nodeType == NodeType::Element || node->nodeType == NodeType::Text ||
+           node->nodeType == NodeType::Comment;
+}
+
+// Nodes in document order from the document's element, text and comment
+// children (a doctype is left out with all it might hold), then the attributes
+// of each element in node order.
+void collectImageItems(Document& document, Collection& collection)
+{
+    NamespaceScopes scopes;
+    for (const NodeRef& child : document.children) {
+        if (isImageRoot(child.get())) collectSubtree(child.get(), collection, scopes);
+    }
+    std::int32_t counter = 0;
+    for (Element* element : collection.elements) {
+        for (const auto& entry : element->attributes) {
+            entry.second->imageIndex = counter++;
+            collection.attributes.push_back(entry.second.get());
+        }
+    }
+}
+
+// Sizes every record first, so the block grows at most once for the table,
+// then writes the records back to back at offset. Returns the table's size.
+std::uint32_t writeTable(ImageBlock& block, std::uint32_t offset,
+                         const std::vector<BinarySerializable*>& items, StringTable& strings)
+{
+    std::uint64_t size = 0;
+    for (BinarySerializable* item : items) size += item->serialize(nullptr, nullptr);
+    block.ensureCapacity(offset + size);
+    std::uint8_t* at = block.lock() + offset;
+    for (BinarySerializable* item : items) at += item->serialize(at, &strings);
+    block.unlock();
+    return static_cast<std::uint32_t>(size);
+}
+
+// Copies the strings' units; the zero unit behind each is the block's own zero.
+void writeStrings(std::uint8_t* at, const StringTable& strings)
+{
+    for (const UString* text : strings.strings()) {
+        std::memcpy(at, text->data(), 2 * text->size());
+        at += 2 * text->size() + 2;
+    }
+}
+
+struct ImageHeader {
+    std::uint32_t nodeCount;
+    std::uint32_t attributeCount;
+    std::uint32_t attributeTableOffset;
+    std::uint32_t stringCount;
+    std::uint32_t stringTableOffset;
+};
+
+void writeHeader(std::uint8_t* at, const ImageHeader& header)
+{
+    FieldWriter fields(at);
+    fields.u16(static_cast<std::uint16_t>(DOM_LIBRARY_VERSION));
+    fields.u32(header.nodeCount);
+    fields.u32(ImageLayout::kHeaderSize);
+    fields.u32(header.attributeCount);
+    fields.u32(header.attributeTableOffset);
+    fields.u32(header.stringCount);
+    fields.u32(header.stringTableOffset);
+}
+
+}  // namespace
+
+std::uint32_t writeDocumentImage(Document& document, HGLOBAL* out)
+{
+    ImageBlock block;
+    block.allocate(ImageLayout::kInitialBlockSize);
+
+    Collection collection;
+    collectImageItems(document, collection);
+
+    StringTable strings;
+    std::uint32_t nodeTableSize =
+        writeTable(block, ImageLayout::kHeaderSize, collection.nodes, strings);
+    std::uint32_t attributeTableOffset = ImageLayout::kHeaderSize + nodeTableSize;
+    std::uint32_t attributeTableSize =
+        writeTable(block, attributeTableOffset, collection.attributes, strings);
+    std::uint32_t stringTableOffset = attributeTableOffset + attributeTableSize;
+    std::uint64_t total = stringTableOffset + strings.byteSize();
+
+    block.ensureCapacity(total);
+    writeStrings(block.lock() + stringTableOffset, strings);
+    block.unlock();
+
+    writeHeader(block.lock(), ImageHeader{static_cast<std::uint32_t>(collection.nodes.size()),
+                                          static_cast<std::uint32_t>(collection.attributes.size()),
+                                          attributeTableOffset, strings.size(), stringTableOffset});
+    block.unlock();
+    *out = block.detach();
+    return static_cast<std::uint32_t>(total);
+}
+
+}  // namespace Parsers

@@ -1,0 +1,48 @@
+// The string table of one image: each distinct string once, numbered in the
+// order of first use.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "library/shared_types.h"
+
+namespace Parsers {
+
+// FNV-1a, 64 bit, over the string's bytes, low byte of each unit first.
+struct Fnv1aHash {
+    std::size_t operator()(std::u16string_view text) const noexcept;
+};
+
+// The interning state belongs to one image, so images can be written on several
+// threads at once. An index map from content to number gives each repeated
+// string the number of its first occurrence in constant time.
+class StringTable {
+public:
+    StringTable();
+
+    // The string's number: a new number for new content, the first number
+    // given to equal content otherwise. The table keeps a pointer to the
+    // string, which must outlive the table.
+    std::uint32_t intern(const UString& text);
+
+    const std::vector<const UString*>& strings() const { return entries; }
+    std::uint32_t size() const { return static_cast<std::uint32_t>(entries.size()); }
+    // Bytes of the table in the image: each string's units and one zero unit.
+    std::uint64_t byteSize() const { return bytes; }
+
+private:
+    std::vector<const UString*> entries;
+    std::unordered_map<std::u16string_view, std::uint32_t, Fnv1aHash> numbers;
+    std::uint64_t bytes = 0;
+};
+
+// The number of a string in the table (the image writer's name for intern).
+inline std::uint32_t internString(const UString& text, StringTable& stringTable)
+{
+    return stringTable.intern(text);
+}
+
+}  // namespace Parsers
