@@ -1,0 +1,74 @@
+// Small helpers that build tokens and trees by hand for the unit tests.
+#pragma once
+
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "dom/element.h"
+#include "dom/node.h"
+#include "tokenizer/token.h"
+
+namespace Parsers::Testing {
+
+struct AttributeSpec {
+    std::u16string name;
+    std::u16string value;
+    std::u16string prefix = u"";
+};
+
+inline AttributeRef makeAttribute(const AttributeSpec& spec)
+{
+    auto attribute = std::make_shared<Attribute>(spec.name.empty() ? u'?' : spec.name[0], TextPosition{});
+    attribute->name = spec.name;
+    attribute->value = spec.value;
+    attribute->prefix = spec.prefix;
+    return attribute;
+}
+
+// A start tag token with the given name, prefix and attributes (keyed by their
+// qualified names, as the tokenizer keys them).
+inline TagTokenRef makeStartTag(const std::u16string& name,
+                                std::initializer_list<AttributeSpec> attributes = {},
+                                const std::u16string& prefix = u"")
+{
+    auto token = std::make_shared<TagToken>(TokenType::StartTag);
+    token->name = name;
+    token->prefix = prefix;
+    for (const AttributeSpec& spec : attributes) {
+        AttributeRef attribute = makeAttribute(spec);
+        token->attributes.emplace(attribute->getQualifiedName(), attribute);
+    }
+    return token;
+}
+
+// An element made from a start tag, as the tree constructor makes them.
+inline std::shared_ptr<Element> makeElement(const std::u16string& name,
+                                            std::initializer_list<AttributeSpec> attributes = {},
+                                            const std::u16string& prefix = u"")
+{
+    return std::make_shared<Element>(makeStartTag(name, attributes, prefix));
+}
+
+inline std::shared_ptr<TextNode> makeText(const std::u16string& text)
+{
+    auto node = std::make_shared<TextNode>(text.empty() ? u'\0' : text[0]);
+    node->data = text;
+    return node;
+}
+
+inline std::shared_ptr<Comment> makeComment(const std::u16string& text)
+{
+    return std::make_shared<Comment>(text);
+}
+
+// Appends child to parent and returns the child, for chains in tests.
+template <typename NodeClass>
+NodeClass* append(const std::shared_ptr<NodeClass>& child, Node* parent)
+{
+    appendChild(child, parent);
+    return child.get();
+}
+
+}  // namespace Parsers::Testing
