@@ -9,6 +9,7 @@
 #include "dom/attribute.h"
 #include "dom/names.h"
 #include "library/shared_types.h"
+#include "tokenizer/parse_errors.h"
 
 namespace Parsers {
 
@@ -71,12 +72,36 @@ public:
         return tagEntry ? tagEntry->id : TagId::Unknown;
     }
 
+    // The namespace of the name's table row. The tag table is the table of the
+    // HTML names and its rows carry no namespace of their own, so every name found
+    // there answers Html; a name in no row answers None and, as in getTagId, is
+    // looked up again on the next call.
+    NamespaceId getNamespaceId()
+    {
+        if (!tagEntry) tagEntry = lookupTagName(name.data(), name.size());
+        return tagEntry ? NamespaceId::Html : NamespaceId::None;
+    }
+
+    // The tokenizer grows the name one unit at a time; the cached row no longer
+    // holds after any change.
+    void appendToName(char16_t unit)
+    {
+        name.push_back(unit);
+        tagEntry = nullptr;
+    }
+
     // Starts a new attribute whose name is this one unit. The one before is
     // dropped unless finishAttribute has entered it.
     void beginAttribute(char16_t unit, TextPosition where)
     {
         currentAttribute = std::make_shared<Attribute>(unit, where);
     }
+
+    // Enters currentAttribute under its qualified name. An empty qualified name
+    // enters nothing. When the name is taken, the first attribute of that name
+    // wins: the later one is flagged duplicate, reported, and dies when the next
+    // attribute replaces it.
+    void finishAttribute(const ErrorListenerList& errorListeners);
 
     AttributeMap attributes;
     AttributeRef currentAttribute;
