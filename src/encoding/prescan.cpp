@@ -81,6 +81,17 @@ bool skipDeclaration(PrescanCursor& cursor)
     return true;
 }
 
+// Passes over the bytes up to the next "<" (or to the end) as one advance for
+// each of them would.
+void passOverText(PrescanCursor& cursor)
+{
+    const void* opening = std::memchr(cursor.next, '<', cursor.remaining);
+    const std::uint32_t count = opening == nullptr
+        ? cursor.remaining
+        : static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(opening) - cursor.next);
+    cursor.advanceBy(count);
+}
+
 // Reads the value behind "=" unless the data has ended.
 void readValueUnlessAtEnd(PrescanCursor& cursor, NarrowAttribute& attribute)
 {
@@ -89,21 +100,32 @@ void readValueUnlessAtEnd(PrescanCursor& cursor, NarrowAttribute& attribute)
 
 }  // namespace
 
-void PrescanCursor::advance()
+void PrescanCursor::advanceBy(std::uint32_t count)
 {
-    if (remaining == 0) {
-        current = 0;
-        return;
-    }
-    --remaining;
+    // Each advance counts the byte it leaves behind in `current`: the current
+    // byte first, then every byte of the run but the last, which becomes the
+    // new `current`. Line feeds among them are found a run at a time.
     if (current == '\n') {
-        ++line;
-        lineEndColumns.push_back(column);
-        column = 1;
+        endLine();
     } else {
         ++column;
     }
-    current = *next++;
+    const std::uint8_t* from = next;
+    const std::uint8_t* const last = next + count - 1;
+    while (from < last) {
+        const void* lineFeed = std::memchr(from, '\n', static_cast<std::size_t>(last - from));
+        if (lineFeed == nullptr) {
+            column += static_cast<std::uint32_t>(last - from);
+            break;
+        }
+        const auto* found = static_cast<const std::uint8_t*>(lineFeed);
+        column += static_cast<std::uint32_t>(found - from);
+        endLine();
+        from = found + 1;
+    }
+    current = *last;
+    next += count;
+    remaining -= count;
 }
 
 void prescanEncoding(SourceBuffer& source, CodePageDecoder decoder)
@@ -115,29 +137,31 @@ void prescanEncoding(SourceBuffer& source, CodePageDecoder decoder)
             cursor.current = 0;
             continue;
         }
-        if (cursor.peek() == '<') {
-            switch (classifyMarkup(cursor)) {
-            case MarkupKind::Comment:
-                skipPrescanComment(cursor);
-                break;
-            case MarkupKind::MetaTag:
-                if (const CharsetRow* row = readMetaEncoding(cursor)) {
-                    selectCodePage(source, row->codePage, row->fallback, decoder);
-                    // The prescan only runs while nothing has fixed the
-                    // encoding, so this holds whether or not the page decoded:
-                    // the first declaration of a known label ends the search.
-                    if (source.encodingFixed == 0) return;
-                }
-                break;
-            case MarkupKind::Tag:
-                skipTagAttributes(cursor);
-                break;
-            case MarkupKind::Declaration:
-                if (!skipDeclaration(cursor)) return;
-                break;
-            case MarkupKind::Other:
-                break;
+        if (cursor.peek() != '<') {
+            passOverText(cursor);
+            continue;
+        }
+        switch (classifyMarkup(cursor)) {
+        case MarkupKind::Comment:
+            skipPrescanComment(cursor);
+            break;
+        case MarkupKind::MetaTag:
+            if (const CharsetRow* row = readMetaEncoding(cursor)) {
+                selectCodePage(source, row->codePage, row->fallback, decoder);
+                // The prescan only runs while nothing has fixed the encoding,
+                // so this holds whether or not the page decoded: the first
+                // declaration of a known label ends the search.
+                if (source.encodingFixed == 0) return;
             }
+            break;
+        case MarkupKind::Tag:
+            skipTagAttributes(cursor);
+            break;
+        case MarkupKind::Declaration:
+            if (!skipDeclaration(cursor)) return;
+            break;
+        case MarkupKind::Other:
+            break;
         }
         cursor.advance();
     }

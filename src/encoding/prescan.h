@@ -24,7 +24,22 @@ struct PrescanCursor {
     // The next byte, 0 when none is left.
     std::uint8_t peek() const { return remaining == 0 ? 0 : *next; }
     // Consumes the next byte into `current`; with none left clears `current`.
-    void advance();
+    void advance()
+    {
+        if (remaining == 0) {
+            current = 0;
+            return;
+        }
+        --remaining;
+        if (current == '\n') {
+            endLine();
+        } else {
+            ++column;
+        }
+        current = *next++;
+    }
+    // The same as `count` advances, for a count of 1 to `remaining`.
+    void advanceBy(std::uint32_t count);
 
     const std::uint8_t* next;
     std::uint32_t remaining;
@@ -36,6 +51,14 @@ struct PrescanCursor {
     std::vector<std::uint32_t> lineEndColumns;
     // Set when the end of the data is met; ends the prescan.
     bool finished = false;
+
+private:
+    void endLine()
+    {
+        ++line;
+        lineEndColumns.push_back(column);
+        column = 1;
+    }
 };
 
 // What follows a "<", as classifyMarkup sees it.

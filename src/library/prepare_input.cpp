@@ -4,6 +4,11 @@
 #include "library/prepare_input.h"
 
 #include <cstdint>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "encoding/prescan.h"
 
@@ -74,36 +79,65 @@ void settleText(SourceBuffer& source, CodePageDecoder decoder)
     __builtin_trap();
 }
 
-// Turns CR LF into LF and a lone CR into LF, in place. The first unit is taken
-// before the end is tested, so an empty text still has its first unit looked
-// at; and a CR in the last place looks at the unit behind the text (the zero
-// of decoded text, the caller's memory for UTF-16 input).
+// The first carriage return in [from, end), or end.
+const char16_t* findCarriageReturn(const char16_t* from, const char16_t* end)
+{
+#if defined(__SSE2__)
+    const __m128i carriageReturns = _mm_set1_epi16(static_cast<short>(kCarriageReturn));
+    while (end - from >= 8) {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+        const int mask = _mm_movemask_epi8(_mm_cmpeq_epi16(block, carriageReturns));
+        if (mask != 0) return from + __builtin_ctz(static_cast<unsigned>(mask)) / 2;
+        from += 8;
+    }
+#endif
+    while (from < end && *from != kCarriageReturn) ++from;
+    return from;
+}
+
+// One step of the line-end pass: takes the unit at `read` (a line feed for a
+// CR, over both units of a CR LF pair) and stores it at `write`.
+inline void takeUnit(SourceBuffer& source, char16_t*& read, char16_t*& write)
+{
+    char16_t unit = *read;
+    if (unit == kCarriageReturn) {
+        if (read[1] == kLineFeed) {
+            --source.textLength;
+            read += 2;
+        } else {
+            read += 1;
+        }
+        unit = kLineFeed;
+    } else {
+        read += 1;
+    }
+    *write++ = unit;
+}
+
+// Turns CR LF into LF and a lone CR into LF, in place. A CR in the last place
+// looks at the unit behind the text: the zero of decoded text, or the caller's
+// memory for UTF-16 input. Runs without a CR are moved as blocks.
 void normaliseLineEnds(SourceBuffer& source)
 {
     if (source.text == nullptr) readThroughMissingText();
     char16_t* read = source.text;
+    char16_t* write = source.text;
     char16_t* const end = source.text + source.textLength;
-    // Until the first CR every unit stays where it is: pass over them.
-    if (source.textLength != 0) {
-        while (read < end && *read != kCarriageReturn) ++read;
-        if (read == end) return;
+    if (source.textLength == 0) {
+        // The first unit is taken before the end is tested, so even an empty
+        // text has its first unit looked at.
+        takeUnit(source, read, write);
+        return;
     }
-    char16_t* write = read;
-    do {
-        char16_t unit = *read;
-        if (unit == kCarriageReturn) {
-            if (read[1] == kLineFeed) {
-                --source.textLength;
-                read += 2;
-            } else {
-                read += 1;
-            }
-            unit = kLineFeed;
-        } else {
-            read += 1;
-        }
-        *write++ = unit;
-    } while (read < end);
+    while (read < end) {
+        const char16_t* found = findCarriageReturn(read, end);
+        const std::size_t run = static_cast<std::size_t>(found - read);
+        if (write != read) std::memmove(write, read, run * sizeof(char16_t));
+        read += run;
+        write += run;
+        if (read == end) break;
+        takeUnit(source, read, write);
+    }
     if (write < end) *write = 0;
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <random>
 #include <set>
 #include <string>
 #include <vector>
@@ -280,6 +281,28 @@ TEST(PrescanCursor, AdvanceTracksLinesAndEndsOneStepLate)
     EXPECT_TRUE(cursor.atEnd());
     EXPECT_EQ(cursor.column, 1u);
     EXPECT_FALSE(cursor.finished);
+}
+
+TEST(PrescanCursor, AdvanceByIsThatManyAdvances)
+{
+    std::mt19937 random(99);
+    for (int round = 0; round < 500; ++round) {
+        std::vector<std::uint8_t> bytes(1 + random() % 64);
+        for (std::uint8_t& byte : bytes) byte = "ab\n<"[random() % 4];
+        PrescanCursor stepped(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+        PrescanCursor jumped(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+        while (stepped.remaining != 0) {
+            const std::uint32_t count = 1 + random() % stepped.remaining;
+            for (std::uint32_t i = 0; i < count; ++i) stepped.advance();
+            jumped.advanceBy(count);
+            ASSERT_EQ(jumped.next, stepped.next);
+            ASSERT_EQ(jumped.remaining, stepped.remaining);
+            ASSERT_EQ(jumped.current, stepped.current);
+            ASSERT_EQ(jumped.line, stepped.line);
+            ASSERT_EQ(jumped.column, stepped.column);
+            ASSERT_EQ(jumped.lineEndColumns, stepped.lineEndColumns);
+        }
+    }
 }
 
 MarkupKind classify(const std::string& text)

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdint>
 #include <cstring>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -400,6 +401,49 @@ TEST(PrepareInput, LongTextWithLineEndsFarApart)
     EXPECT_EQ(source.text[70000], u'\n');
     EXPECT_EQ(source.text[70001], u'x');
     EXPECT_EQ(source.text[99999], 0);
+}
+
+// The line-end rule one unit at a time, as a reference for the pass that
+// moves runs as blocks.
+std::uint32_t normaliseOneByOne(std::vector<char16_t>& units, std::uint32_t length)
+{
+    char16_t* read = units.data();
+    char16_t* write = units.data();
+    char16_t* const end = units.data() + length;
+    do {
+        char16_t unit = *read;
+        if (unit == u'\r') {
+            if (read[1] == u'\n') {
+                --length;
+                read += 2;
+            } else {
+                read += 1;
+            }
+            unit = u'\n';
+        } else {
+            read += 1;
+        }
+        *write++ = unit;
+    } while (read < end);
+    if (write < end) *write = 0;
+    return length;
+}
+
+TEST(PrepareInput, LineEndsMatchTheOneUnitAtATimeRule)
+{
+    std::mt19937 random(5);
+    const char16_t alphabet[] = {u'a', u'\r', u'\n', 0, u'b'};
+    for (int round = 0; round < 20000; ++round) {
+        const std::uint32_t length = random() % 40;
+        std::vector<char16_t> units(length + 2);
+        for (char16_t& unit : units) unit = alphabet[random() % std::size(alphabet)];
+        std::vector<char16_t> expected = units;
+        const std::uint32_t expectedLength = normaliseOneByOne(expected, length);
+        SourceBuffer source = utf16Source(units, length);
+        prepareInput(source);
+        ASSERT_EQ(source.textLength, expectedLength);
+        ASSERT_EQ(units, expected);
+    }
 }
 
 // ---------------------------------------------------------------- control filter
