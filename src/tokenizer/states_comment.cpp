@@ -1,0 +1,254 @@
+// Markup that begins with "<!" or "<?": the markup declaration, comments, bogus
+// comments and CDATA sections.
+//
+// At the end of input a comment is emitted as far as it got, and the last unit
+// of the text is then read once more as text.
+#include "tokenizer/tokenizer.h"
+
+#include <optional>
+
+namespace Parsers {
+
+namespace {
+
+constexpr char16_t kReplacementCharacter = u'\uFFFD';
+constexpr char16_t kCommentOpening[] = u"--";
+constexpr char16_t kDoctypeKeyword[] = u"doctype";
+constexpr char16_t kCdataOpening[] = u"[CDATA[";
+constexpr char16_t kCdataClosing[] = u"]]>";
+
+// Whether `text` equals the lower case ASCII `keyword` once its ASCII letters are
+// folded to lower case.
+bool equalsFolded(const UString& text, const char16_t* keyword)
+{
+    std::size_t index = 0;
+    for (; keyword[index] != 0; ++index) {
+        if (index >= text.size() || toAsciiLower(text[index]) != keyword[index]) return false;
+    }
+    return index == text.size();
+}
+
+}  // namespace
+
+// Everything up to the next '>' is dropped, in one step. The loop begins at the
+// unit that led here, which is `current` (there is no consume at the top). In the
+// case folding mode the units it passes become a comment token, that first unit
+// included: "<!x>" makes the comment "!x" and "<?x>" the comment "?x".
+void Tokenizer::bogusCommentState()
+{
+    const bool keepsText = parseMode == kCaseFoldingMode;
+    if (keepsText) {
+        currentComment = std::make_shared<CommentToken>();
+        currentComment->position = stream->position;
+    }
+    while (!atEndOfInput() && stream->current != u'>') {
+        if (keepsText) currentComment->data.push_back(stream->current);
+        stream->consume();
+    }
+    const bool endOfInput = atEndOfInput();
+    transitionTo(TokenizerState::Data);
+    if (keepsText) emitCurrentComment();
+    if (endOfInput) stream->unconsume();
+}
+
+// No consume at the top: `current` is the '!', and the tests look at the units
+// after it.
+void Tokenizer::markupDeclarationOpenState()
+{
+    if (stream->remaining >= 2 && stream->peekText(2) == kCommentOpening) {
+        stream->skip(2);
+        // The comment begins where the stream stands after "--".
+        currentComment = std::make_shared<CommentToken>();
+        currentComment->position = stream->position;
+        transitionTo(TokenizerState::CommentStart);
+        return;
+    }
+    if (stream->remaining >= 7 && equalsFolded(stream->peekText(7), kDoctypeKeyword)) {
+        stream->skip(7);
+        switchTo(TokenizerState::Doctype);
+        return;
+    }
+    // A CDATA section is recognised wherever the current node is not an HTML
+    // element; elements without a namespace (-1) pass as well. The opening is
+    // matched exactly, upper case included.
+    std::optional<NamespaceId> currentNamespace;
+    if (treeConstructor) currentNamespace = treeConstructor->currentNodeNamespace();
+    if (currentNamespace && *currentNamespace != NamespaceId::Html &&
+        stream->peekText(7) == kCdataOpening) {
+        stream->skip(7);
+        transitionTo(TokenizerState::CdataSection);
+        return;
+    }
+    reportCharacter(ParseErrorCode::UnexpectedCharacterInMarkupDeclarationOpen);
+    transitionTo(TokenizerState::BogusComment);
+}
+
+void Tokenizer::commentStartState()
+{
+    const char16_t c = consumeUnit();
+    if (atEndOfInput()) {
+        emitCommentAndBack(ParseErrorCode::EofInCommentStart);
+        return;
+    }
+    switch (c) {
+    case 0:
+        reportPosition(ParseErrorCode::NullInCommentStart);
+        currentComment->data.push_back(kReplacementCharacter);
+        transitionTo(TokenizerState::Comment);
+        return;
+    case u'-':
+        transitionTo(TokenizerState::CommentStartDash);
+        return;
+    case u'>':
+        reportPosition(ParseErrorCode::GreaterThanInCommentStart);
+        transitionTo(TokenizerState::Data);
+        emitCurrentComment();
+        return;
+    default:
+        currentComment->data.push_back(c);
+        transitionTo(TokenizerState::Comment);
+        return;
+    }
+}
+
+// With no consume at the top this state always sees the '-' that led here, so it
+// only ever takes that one row: "<!--->" is an empty comment without a report.
+void Tokenizer::commentStartDashState()
+{
+    transitionTo(TokenizerState::CommentEnd);
+}
+
+void Tokenizer::commentState()
+{
+    const char16_t c = consumeUnit();
+    if (atEndOfInput()) {
+        emitCommentAndBack(ParseErrorCode::EofInComment);
+        return;
+    }
+    switch (c) {
+    case 0:
+        reportPosition(ParseErrorCode::NullInComment);
+        currentComment->data.push_back(kReplacementCharacter);
+        return;
+    case u'-':
+        transitionTo(TokenizerState::CommentEndDash);
+        return;
+    default:
+        currentComment->data.push_back(c);
+        return;
+    }
+}
+
+void Tokenizer::commentEndDashState()
+{
+    const char16_t c = consumeUnit();
+    if (atEndOfInput()) {
+        emitCommentAndBack(ParseErrorCode::EofInCommentEndDash);
+        return;
+    }
+    switch (c) {
+    case 0:
+        reportPosition(ParseErrorCode::NullInCommentEndDash);
+        currentComment->data.push_back(u'-');
+        currentComment->data.push_back(kReplacementCharacter);
+        transitionTo(TokenizerState::Comment);
+        return;
+    case u'-':
+        transitionTo(TokenizerState::CommentEnd);
+        return;
+    default:
+        currentComment->data.push_back(u'-');
+        currentComment->data.push_back(c);
+        transitionTo(TokenizerState::Comment);
+        return;
+    }
+}
+
+void Tokenizer::commentEndState()
+{
+    const char16_t c = consumeUnit();
+    if (atEndOfInput()) {
+        emitCommentAndBack(ParseErrorCode::EofInCommentEnd);
+        return;
+    }
+    UString& data = currentComment->data;
+    switch (c) {
+    case 0:
+        reportPosition(ParseErrorCode::NullInCommentEnd);
+        data.append(u"--");
+        data.push_back(kReplacementCharacter);
+        transitionTo(TokenizerState::Comment);
+        return;
+    case u'!':
+        reportPosition(ParseErrorCode::ExclamationMarkInCommentEnd);
+        transitionTo(TokenizerState::CommentEndBang);
+        return;
+    case u'-':
+        reportPosition(ParseErrorCode::HyphenMinusInCommentEnd);
+        data.push_back(u'-');
+        return;
+    case u'>':
+        transitionTo(TokenizerState::Data);
+        emitCurrentComment();
+        return;
+    default:
+        reportCharacter(ParseErrorCode::UnexpectedCharacterInCommentEnd);
+        data.append(u"--");
+        data.push_back(c);
+        transitionTo(TokenizerState::Comment);
+        return;
+    }
+}
+
+void Tokenizer::commentEndBangState()
+{
+    const char16_t c = consumeUnit();
+    if (atEndOfInput()) {
+        emitCommentAndBack(ParseErrorCode::EofInCommentEndBang);
+        return;
+    }
+    UString& data = currentComment->data;
+    switch (c) {
+    case 0:
+        reportPosition(ParseErrorCode::NullInCommentEndBang);
+        data.append(u"--!");
+        data.push_back(kReplacementCharacter);
+        transitionTo(TokenizerState::Comment);
+        return;
+    case u'-':
+        data.append(u"--!");
+        transitionTo(TokenizerState::CommentEndDash);
+        return;
+    case u'>':
+        transitionTo(TokenizerState::Data);
+        emitCurrentComment();
+        return;
+    default:
+        data.append(u"--!");
+        data.push_back(c);
+        transitionTo(TokenizerState::Comment);
+        return;
+    }
+}
+
+// The whole section in one step, unit by unit and unfiltered: a NUL goes out as
+// it stands and nothing is reported. The end test comes at the top of each turn,
+// after the consume of the turn before, so at the end of the text the pseudo-unit
+// 0 is delivered once before the step back.
+void Tokenizer::cdataSectionState()
+{
+    for (;;) {
+        if (atEndOfInput()) {
+            stream->unconsume();
+            break;
+        }
+        if (stream->remaining >= 3 && stream->peekText(3) == kCdataClosing) {
+            stream->skip(3);
+            break;
+        }
+        emitCharacter(consumeUnit());
+    }
+    transitionTo(TokenizerState::Data);
+}
+
+}  // namespace Parsers

@@ -1,0 +1,192 @@
+// Text content states: data, RCDATA, RAWTEXT, script data and PLAINTEXT, the
+// character references in text, and the end tag recognition that the raw text
+// states share.
+//
+// At the end of input a text state emits an end of file token and stays where it
+// is; the driver's loop then stops. Text goes out one unit per receiver call:
+// nothing here allocates per unit.
+#include "tokenizer/tokenizer.h"
+
+namespace Parsers {
+
+void Tokenizer::dataState()
+{
+    const char16_t c = consumeUnit();
+    if (atEndOfInput()) {
+        emitEndOfFile();
+        return;
+    }
+    switch (c) {
+    case u'&':
+        transitionTo(TokenizerState::CharacterReferenceInData);
+        return;
+    case u'<':
+        switchTo(TokenizerState::TagOpen);
+        currentTag->position = stream->position;
+        return;
+    case 0:
+        // Unlike every other state, data delivers a NUL as it stands.
+        reportPosition(ParseErrorCode::NullInData);
+        emitCharacter(0);
+        return;
+    default:
+        emitCharacter(c);
+        return;
+    }
+}
+
+void Tokenizer::characterReferenceInTextState(TokenizerState returnState)
+{
+    // No consume here: the '&' is current and the reference begins at `next`.
+    // Expansions are one or two units, so the local string stays in place.
+    UString expansion;
+    consumeCharacterReference(expansion);
+    if (expansion.empty()) expansion.push_back(u'&');
+    switchTo(returnState);
+    for (char16_t unit : expansion) emitCharacter(unit);
+}
+
+void Tokenizer::rcdataState()
+{
+    const char16_t c = consumeUnit();
+    if (atEndOfInput()) {
+        emitEndOfFile();
+        return;
+    }
+    switch (c) {
+    case 0:
+        reportPosition(ParseErrorCode::NullInRcdata);
+        emitCharacter(u'\uFFFD');
+        return;
+    case u'&':
+        transitionTo(TokenizerState::CharacterReferenceInRcdata);
+        return;
+    case u'<':
+        transitionTo(TokenizerState::RcdataLessThanSign);
+        return;
+    default:
+        emitCharacter(c);
+        return;
+    }
+}
+
+void Tokenizer::rawtextState()
+{
+    const char16_t c = consumeUnit();
+    if (atEndOfInput()) {
+        emitEndOfFile();
+        return;
+    }
+    switch (c) {
+    case 0:
+        reportPosition(ParseErrorCode::NullInRawtext);
+        emitCharacter(u'\uFFFD');
+        return;
+    case u'<':
+        transitionTo(TokenizerState::RawtextLessThanSign);
+        return;
+    default:
+        emitCharacter(c);
+        return;
+    }
+}
+
+void Tokenizer::scriptDataState()
+{
+    const char16_t c = consumeUnit();
+    if (atEndOfInput()) {
+        emitEndOfFile();
+        return;
+    }
+    switch (c) {
+    case 0:
+        reportPosition(ParseErrorCode::NullInScriptData);
+        emitCharacter(u'\uFFFD');
+        return;
+    case u'<':
+        transitionTo(TokenizerState::ScriptDataLessThanSign);
+        return;
+    default:
+        emitCharacter(c);
+        return;
+    }
+}
+
+void Tokenizer::plaintextState()
+{
+    const char16_t c = consumeUnit();
+    if (atEndOfInput()) {
+        emitEndOfFile();
+        return;
+    }
+    if (c == 0) {
+        reportPosition(ParseErrorCode::NullInPlaintext);
+        emitCharacter(u'\uFFFD');
+        return;
+    }
+    emitCharacter(c);
+}
+
+// "<" inside RCDATA or RAWTEXT. Nothing here tests for the end of input: at the
+// end `current` is 0, which takes the last branch and steps back over the '<',
+// so a text that ends in '<' here comes back to this state for ever.
+void Tokenizer::textLessThanSignState(const TextEndTagFamily& family)
+{
+    const char16_t c = consumeUnit();
+    if (c == u'/') {
+        beginEndTagInText(family.openState);
+        return;
+    }
+    transitionTo(family.textState);
+    emitCharacter(u'<');
+    stream->unconsume();
+}
+
+void Tokenizer::textEndTagOpenState(const TextEndTagFamily& family)
+{
+    const char16_t c = consumeUnit();
+    if (isAsciiLetter(c)) {
+        currentTag->setFirstCharacter(family.foldsName ? toAsciiLower(c) : nameUnit(c));
+        temporaryBuffer.push_back(c);
+        transitionTo(family.nameState);
+        return;
+    }
+    transitionTo(family.textState);
+    emitCharacter(u'<');
+    emitCharacter(u'/');
+    stream->unconsume();
+}
+
+void Tokenizer::textEndTagNameState(const TextEndTagFamily& family)
+{
+    // The test comes before the consume: it compares the name read so far.
+    const bool appropriate = isAppropriateEndTag();
+    const char16_t c = consumeUnit();
+    if (isAsciiLetter(c)) {
+        currentTag->appendToName(family.foldsName ? toAsciiLower(c) : nameUnit(c));
+        temporaryBuffer.push_back(c);
+        return;
+    }
+    if (appropriate) {
+        if (isTokenizerSpace(c)) {
+            transitionTo(TokenizerState::BeforeAttributeName);
+            return;
+        }
+        if (c == u'/') {
+            transitionTo(TokenizerState::SelfClosingStartTag);
+            return;
+        }
+        if (c == u'>') {
+            emitTagAndReturnToData();
+            return;
+        }
+    }
+    // Not the end tag of the element: everything read since the '<' is text.
+    transitionTo(family.textState);
+    emitCharacter(u'<');
+    emitCharacter(u'/');
+    emitTemporaryBuffer();
+    stream->unconsume();
+}
+
+}  // namespace Parsers

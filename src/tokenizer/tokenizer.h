@@ -1,0 +1,327 @@
+// The tokenizer: a state machine of 68 states over a CharacterStream. One step
+// runs one state once; the driver steps until the stream reports the end of
+// input. Text goes to the receivers one 16-bit unit at a time, everything else
+// as tokens.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "library/shared_types.h"
+#include "tokenizer/character_stream.h"
+#include "tokenizer/parse_errors.h"
+#include "tokenizer/token.h"
+
+namespace Parsers {
+
+struct SourceBuffer;
+struct NamedReference;
+
+// The states, in the order of their numbers. The tree constructor stores these
+// values too (RCDATA, RAWTEXT, script data, PLAINTEXT).
+enum class TokenizerState : std::uint8_t {
+    Data,                                      // 0
+    CharacterReferenceInData,                  // 1
+    Rcdata,                                    // 2
+    CharacterReferenceInRcdata,                // 3
+    Rawtext,                                   // 4
+    ScriptData,                                // 5
+    Plaintext,                                 // 6
+    TagOpen,                                   // 7
+    EndTagOpen,                                // 8
+    TagName,                                   // 9
+    RcdataLessThanSign,                        // 10
+    RcdataEndTagOpen,                          // 11
+    RcdataEndTagName,                          // 12
+    RawtextLessThanSign,                       // 13
+    RawtextEndTagOpen,                         // 14
+    RawtextEndTagName,                         // 15
+    ScriptDataLessThanSign,                    // 16
+    ScriptDataEndTagOpen,                      // 17
+    ScriptDataEndTagName,                      // 18
+    ScriptDataEscapeStart,                     // 19
+    ScriptDataEscapeStartDash,                 // 20
+    ScriptDataEscaped,                         // 21
+    ScriptDataEscapedDash,                     // 22
+    ScriptDataEscapedDashDash,                 // 23
+    ScriptDataEscapedLessThanSign,             // 24
+    ScriptDataEscapedEndTagOpen,               // 25
+    ScriptDataEscapedEndTagName,               // 26
+    ScriptDataDoubleEscapeStart,               // 27
+    ScriptDataDoubleEscaped,                   // 28
+    ScriptDataDoubleEscapedDash,               // 29
+    ScriptDataDoubleEscapedDashDash,           // 30
+    ScriptDataDoubleEscapedLessThanSign,       // 31
+    ScriptDataDoubleEscapeEnd,                 // 32
+    BeforeAttributeName,                       // 33
+    AttributeName,                             // 34
+    AfterAttributeName,                        // 35
+    BeforeAttributeValue,                      // 36
+    AttributeValueDoubleQuoted,                // 37
+    AttributeValueSingleQuoted,                // 38
+    AttributeValueUnquoted,                    // 39
+    CharacterReferenceInAttributeValue,        // 40
+    AfterAttributeValueQuoted,                 // 41
+    SelfClosingStartTag,                       // 42
+    BogusComment,                              // 43
+    MarkupDeclarationOpen,                     // 44
+    CommentStart,                              // 45
+    CommentStartDash,                          // 46
+    Comment,                                   // 47
+    CommentEndDash,                            // 48
+    CommentEnd,                                // 49
+    CommentEndBang,                            // 50
+    Doctype,                                   // 51
+    BeforeDoctypeName,                         // 52
+    DoctypeName,                               // 53
+    AfterDoctypeName,                          // 54
+    AfterDoctypePublicKeyword,                 // 55
+    BeforeDoctypePublicIdentifier,             // 56
+    DoctypePublicIdentifierDoubleQuoted,       // 57
+    DoctypePublicIdentifierSingleQuoted,       // 58
+    AfterDoctypePublicIdentifier,              // 59
+    BetweenDoctypePublicAndSystemIdentifiers,  // 60
+    AfterDoctypeSystemKeyword,                 // 61
+    BeforeDoctypeSystemIdentifier,             // 62
+    DoctypeSystemIdentifierDoubleQuoted,       // 63
+    DoctypeSystemIdentifierSingleQuoted,       // 64
+    AfterDoctypeSystemIdentifier,              // 65
+    BogusDoctype,                              // 66
+    CdataSection,                              // 67
+};
+
+inline constexpr std::uint32_t kTokenizerStateCount = 68;
+static_assert(static_cast<std::uint32_t>(TokenizerState::CdataSection) + 1 == kTokenizerStateCount);
+
+// The value of previousState before the first change of state (-1 in the
+// tokenizer's own numbering). It names no state: step ignores every value past
+// the last state.
+inline constexpr TokenizerState kNoTokenizerState = static_cast<TokenizerState>(0xFF);
+
+// The two rule sets (SourceBuffer::parseMode). Case folding parsing folds tag and
+// attribute names to lower case and keeps bogus comments as comment tokens; case
+// preserving parsing, the one the library runs, does neither.
+inline constexpr std::uint32_t kCaseFoldingMode = 1;
+inline constexpr std::uint32_t kCasePreservingMode = 2;
+
+// An end tag recognised inside text ("</title>" in RCDATA and the like). The
+// four families share their state functions and differ in these values.
+struct TextEndTagFamily {
+    TokenizerState textState;  // the text state that the family returns to
+    TokenizerState openState;  // after "</"
+    TokenizerState nameState;  // after "</" and a letter
+    bool foldsName;            // script names fold in every mode
+};
+
+inline constexpr TextEndTagFamily kRcdataEndTags{
+    TokenizerState::Rcdata, TokenizerState::RcdataEndTagOpen, TokenizerState::RcdataEndTagName,
+    false};
+inline constexpr TextEndTagFamily kRawtextEndTags{
+    TokenizerState::Rawtext, TokenizerState::RawtextEndTagOpen, TokenizerState::RawtextEndTagName,
+    false};
+inline constexpr TextEndTagFamily kScriptDataEndTags{
+    TokenizerState::ScriptData, TokenizerState::ScriptDataEndTagOpen,
+    TokenizerState::ScriptDataEndTagName, true};
+inline constexpr TextEndTagFamily kScriptDataEscapedEndTags{
+    TokenizerState::ScriptDataEscaped, TokenizerState::ScriptDataEscapedEndTagOpen,
+    TokenizerState::ScriptDataEscapedEndTagName, true};
+
+// The one question the tokenizer asks the tree stage, for CDATA sections: is
+// there a current node, and in which namespace is it? The tree constructor
+// implements this; without a tree constructor there is no current node.
+class CurrentNodeQuery {
+public:
+    // The namespace of the current node, or nothing when the stack is empty.
+    virtual std::optional<NamespaceId> currentNodeNamespace() = 0;
+
+protected:
+    ~CurrentNodeQuery() = default;
+};
+
+// Set to a quote or '>' by the attribute value states, cleared by the character
+// reference that follows. Shared by every parse of the process and never reset
+// at the start of one, so a value left by one parse is seen by the next; atomic
+// so that parses on different threads share it without undefined behaviour.
+extern std::atomic<char16_t> additionalAllowedCharacter;
+
+class Tokenizer {
+public:
+    // A tokenizer over the source's text, in the source's mode, owning its
+    // stream. It has no receivers and no tree constructor until they are set.
+    explicit Tokenizer(SourceBuffer* source);
+    Tokenizer(const Tokenizer&) = delete;
+    Tokenizer& operator=(const Tokenizer&) = delete;
+    ~Tokenizer();
+
+    // Runs the current state once. A state value past the last state does nothing.
+    void step();
+    // The end of input, as the states and the driver's loop test it.
+    bool atEndOfInput() const { return stream->atEndOfInput(); }
+    void addReceiver(std::shared_ptr<TokenReceiver> receiver);
+
+    // The public change of state, also used by the tree constructor: creates the
+    // pending token that the new state needs, then records the state left.
+    void switchTo(TokenizerState newState);
+
+    void emitCharacter(char16_t unit);
+    void emitTemporaryBuffer();
+    void emitToken(TokenRef token);
+    void emitCurrentTag();
+    void emitCurrentComment();
+    void emitCurrentDoctype();
+
+    // Character references, called directly after the '&' was consumed. `out`
+    // receives the expansion, or stays empty when there is none; the caller then
+    // supplies the '&' itself.
+    void consumeCharacterReference(UString& out);
+    // The unit of a numeric reference after "&#", 0 for failure.
+    char16_t consumeNumericReference();
+    // The longest name in the table that the text from `next` on begins with,
+    // consumed; null when none. Sets sawSemicolon when a ';' turned up among the
+    // units it scanned.
+    const NamedReference* lookupNamedReference(bool& sawSemicolon);
+    void consumeNamedReference(UString& out);
+
+    TokenizerState state = TokenizerState::Data;
+    TokenizerState previousState = kNoTokenizerState;
+    SourceBuffer* source;
+    CurrentNodeQuery* treeConstructor = nullptr;
+    TagTokenRef currentTag;
+    TagTokenRef lastStartTag;
+    std::shared_ptr<CommentToken> currentComment;
+    std::shared_ptr<DoctypeToken> currentDoctype;
+    UString temporaryBuffer;
+    std::vector<std::shared_ptr<TokenReceiver>> receivers;
+    CharacterStream* stream;
+    bool ownsStream = true;
+    std::uint32_t parseMode;
+
+private:
+    // Frame helpers shared by the states.
+    char16_t consumeUnit()
+    {
+        stream->consume();
+        return stream->current;
+    }
+    // A plain change of state: records the state left, creates nothing.
+    void transitionTo(TokenizerState newState)
+    {
+        previousState = state;
+        state = newState;
+    }
+    // Report, step back over the last unit, and return to data; a pending tag
+    // stays pending.
+    void backToData(ParseErrorCode code);
+    // Report, return to data, emit the pending comment or doctype, step back.
+    void emitCommentAndBack(ParseErrorCode code);
+    void emitDoctypeAndBack(ParseErrorCode code);
+    void emitTagAndReturnToData();
+    void emitEndOfFile();
+    // Starts an end tag inside text after "</": the pending tag becomes an end
+    // tag that begins here, and the buffer of the name read so far is emptied.
+    void beginEndTagInText(TokenizerState openState);
+    // Whether the pending end tag closes the last start tag emitted.
+    bool isAppropriateEndTag() const;
+    // A letter as it enters a tag or attribute name: folded in the case folding
+    // mode, as written otherwise.
+    char16_t nameUnit(char16_t unit) const;
+    void beginAttribute(char16_t unit);
+    void finishAttribute();
+    void reportPosition(ParseErrorCode code);
+    void reportCharacter(ParseErrorCode code);
+    const ErrorListenerList& errorListeners() const;
+
+    // Text content states.
+    void dataState();
+    void characterReferenceInTextState(TokenizerState returnState);
+    void rcdataState();
+    void rawtextState();
+    void scriptDataState();
+    void plaintextState();
+    void textLessThanSignState(const TextEndTagFamily& family);
+    void textEndTagOpenState(const TextEndTagFamily& family);
+    void textEndTagNameState(const TextEndTagFamily& family);
+
+    // Script data states.
+    void scriptDataLessThanSignState();
+    void scriptDataEscapeStartState();
+    void scriptDataEscapeStartDashState();
+    void scriptDataEscapedState();
+    void scriptDataEscapedDashState();
+    void scriptDataEscapedDashDashState();
+    void scriptDataEscapedLessThanSignState();
+    void scriptDataDoubleEscapeStartState();
+    void scriptDataDoubleEscapedState();
+    void scriptDataDoubleEscapedDashState();
+    void scriptDataDoubleEscapedDashDashState();
+    void scriptDataDoubleEscapedLessThanSignState();
+    void scriptDataDoubleEscapeEndState();
+    // States 27 and 32 differ only in where "script" leads.
+    void scriptDataDoubleEscapeBoundary(TokenizerState ifScript, TokenizerState otherwise);
+
+    // Tag and attribute states.
+    void tagOpenState();
+    void endTagOpenState();
+    void tagNameState();
+    void beforeAttributeNameState();
+    void attributeNameState();
+    void afterAttributeNameState();
+    void beforeAttributeValueState();
+    void attributeValueQuotedState(char16_t quote);
+    void attributeValueUnquotedState();
+    void characterReferenceInAttributeValueState();
+    void afterAttributeValueQuotedState();
+    void selfClosingStartTagState();
+
+    // Comment states, the markup declaration and CDATA.
+    void bogusCommentState();
+    void markupDeclarationOpenState();
+    void commentStartState();
+    void commentStartDashState();
+    void commentState();
+    void commentEndDashState();
+    void commentEndState();
+    void commentEndBangState();
+    void cdataSectionState();
+
+    // Doctype states.
+    void doctypeState();
+    void beforeDoctypeNameState();
+    void doctypeNameState();
+    void afterDoctypeNameState();
+    void afterDoctypePublicKeywordState();
+    void beforeDoctypePublicIdentifierState();
+    void doctypePublicIdentifierQuotedState(char16_t quote);
+    void afterDoctypePublicIdentifierState();
+    void betweenDoctypePublicAndSystemIdentifiersState();
+    void afterDoctypeSystemKeywordState();
+    void beforeDoctypeSystemIdentifierState();
+    void doctypeSystemIdentifierQuotedState(char16_t quote);
+    void afterDoctypeSystemIdentifierState();
+    void bogusDoctypeState();
+    // The next six units from `current` on, folded, equal the keyword.
+    bool currentBeginsKeyword(const char16_t* keyword) const;
+};
+
+// Character classes of the tokenizer. Its space is tab, line feed, form feed
+// and space: unlike the tree constructor's whitespace it leaves out 0x0B, and a
+// carriage return never reaches it.
+constexpr bool isTokenizerSpace(char16_t unit)
+{
+    return unit == u'\t' || unit == u'\n' || unit == u'\f' || unit == u' ';
+}
+constexpr bool isAsciiUpper(char16_t unit) { return unit >= u'A' && unit <= u'Z'; }
+constexpr bool isAsciiLetter(char16_t unit)
+{
+    return isAsciiUpper(unit) || (unit >= u'a' && unit <= u'z');
+}
+constexpr bool isAsciiDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
+constexpr char16_t toAsciiLower(char16_t unit)
+{
+    return isAsciiUpper(unit) ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
+}
+
+}  // namespace Parsers
