@@ -155,7 +155,7 @@ TEST_F(ScriptStates, DoubleEscapeEndsAtAnInnerScriptEndTag)
 TEST_F(ScriptStates, DoubleEscapedDashesAndNuls)
 {
     EXPECT_EQ(tokenizeScript(
-                  std::u16string(u"<script><!--<script>\0-\0--\0-<->--></script>", 43)),
+                  std::u16string(u"<script><!--<script>\0-\0--\0-<->--></script>", 42)),
               (Events{"<script>", "\"<!--<script>\"", "E24", "\"\\uFFFD-\"", "E26",
                       "\"\\uFFFD--\"", "E28", "\"\\uFFFD-<->-->\"", "</script>", "EOF"}));
 }

@@ -322,6 +322,34 @@ TEST_F(TokenizerCore, DestructionReleasesThePendingTokens)
     EXPECT_TRUE(last.expired());
 }
 
+TEST_F(TokenizerCore, ReportsChangeNothing)
+{
+    const std::u16string input(
+        u"<a b=1 b=2 c=1?><!--x--!><!doctype X PUBLIC \"p\"></ x>&amp&nosuch;<p\0q>", 70);
+    TokenizerRun withListener(input);
+    ASSERT_TRUE(withListener.runToEnd());
+    TokenizerRun withoutListener(input);
+    withoutListener.source.errorListeners.clear();
+    ASSERT_TRUE(withoutListener.runToEnd());
+
+    Events emitted;
+    for (const Event& event : withListener.recorder->events) {
+        if (event.kind == Event::Kind::Error) continue;
+        emitted.push_back(event.kind == Event::Kind::Token ? event.text : describeUnit(event.unit));
+    }
+    Events emittedAlone;
+    for (const Event& event : withoutListener.recorder->events) {
+        emittedAlone.push_back(event.kind == Event::Kind::Token ? event.text
+                                                                : describeUnit(event.unit));
+    }
+    EXPECT_EQ(emitted, emittedAlone);
+    EXPECT_EQ(withListener.recorder->errors(),
+              (Events{"E32 text \"b\" @8:1", "E46 char '?' @15:1", "E65 @24:1", "E78 @45:1",
+                      "E6 char ' ' @51:1", "E3 text \"amp\" @57:1",
+                      "E3 span \"nosuc\" @58:1", "E16 @68:1"}));
+    EXPECT_TRUE(withoutListener.recorder->errors().empty());
+}
+
 TEST_F(TokenizerCore, StreamNotOwnedIsLeftToItsOwner)
 {
     SourceBuffer source;
