@@ -1,8 +1,13 @@
 #include "library/parse_document.h"
 
+#include <memory>
+
 #include "dom/element.h"
 #include "dom/node.h"
+#include "library/prepare_input.h"
 #include "library/source_buffer.h"
+#include "tokenizer/tokenizer.h"
+#include "tree/tree_constructor.h"
 
 namespace Parsers {
 
@@ -41,10 +46,28 @@ Document* parseDocument(SourceBuffer& source, void* input, std::uint32_t size,
         source.textLength = size / 2;
         source.text = static_cast<char16_t*>(input);
     }
-    // FIXME: the input, tokenizer and tree stages are being built; until the
-    // tree constructor exists no document can be made, and the parse ends with
-    // the error of a missing stage (result 2).
-    throw enDPE::NotImplementedByClass;
+    prepareInput(source);
+
+    // The tokenizer lives on this stack; the tree constructor is shared with
+    // the tokenizer's list of receivers, which is what keeps it alive.
+    Tokenizer tokenizer(&source);
+    auto treeConstructor = std::make_shared<TreeConstructor>(&source, &tokenizer, source.parseMode);
+    tokenizer.treeConstructor = treeConstructor.get();
+    tokenizer.addReceiver(treeConstructor);
+
+    // The same test by which the states see the end: no unit left and none
+    // current. An empty text never steps, and so never makes an end of file.
+    while (!tokenizer.atEndOfInput()) tokenizer.step();
+
+    std::shared_ptr<Document> document = treeConstructor->document;
+    if (source.parseMode == 2) liftBodyContent(*document);
+    source.documents.push_back(document);
+    Document* result = document.get();
+    // The document lives on in the source; the tree constructor goes before the
+    // tokenizer that holds its other reference.
+    document.reset();
+    treeConstructor.reset();
+    return result;
 }
 
 }  // namespace Parsers

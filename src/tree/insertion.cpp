@@ -1,0 +1,184 @@
+// Making elements from tokens and placing elements, text and comments: the
+// appropriate place with and without foster parenting, the html root, the
+// elements with raw text content, attribute merging and the mode reset.
+#include "tree/tag_sets.h"
+#include "tree/tree_constructor.h"
+
+namespace Parsers {
+
+NodeRef TreeConstructor::createElementForToken(const TokenRef& token, NamespaceId namespaceId)
+{
+    if (token->type != TokenType::StartTag) return nullptr;
+    // Case preserving parsing gives every element from a token no namespace;
+    // every other kind keeps the namespace the rule asks for.
+    const std::int32_t kind = documentKind == 2 ? 2 : 1;
+    return createElementFromToken(std::static_pointer_cast<TagToken>(token), namespaceId, kind);
+}
+
+NodeRef TreeConstructor::insertHtmlElement(const TokenRef& token, bool foster)
+{
+    NodeRef element = createElementForToken(token, NamespaceId::Html);
+    if (!element) return nullptr;
+    if (!headElement && static_cast<Element&>(*element).getTagId() == TagId::Head) {
+        headElement = element;
+    }
+    if (foster) {
+        insertFosterParented(element);
+    } else {
+        appendChild(element, currentNode.get());
+    }
+    pushOpenElement(element);
+    return element;
+}
+
+NodeRef TreeConstructor::insertForeignElement(const TokenRef& token, NamespaceId namespaceId,
+                                              bool foster)
+{
+    NodeRef element = createElementForToken(token, namespaceId);
+    if (!element) return nullptr;
+    if (foster) {
+        insertFosterParented(element);
+    } else {
+        appendChild(element, currentNode.get());
+    }
+    pushOpenElement(element);
+    return element;
+}
+
+TreeConstructor::FosterPlace TreeConstructor::fosterPlace() const
+{
+    FosterPlace place;
+    Node* parent = currentTable ? currentTable->parent : nullptr;
+    if (parent && parent->nodeType == NodeType::Element) {
+        place.target = parent;
+        place.tableParent = parent;
+        return place;
+    }
+    // A table that has left the tree, or stands directly in the document, is
+    // represented by the entry below it on the stack. Without a table, or with
+    // the table at the bottom, there is no place at all.
+    for (std::size_t position = 0; position < openElements.size(); ++position) {
+        if (openElements[position] == currentTable) {
+            if (position > 0) place.target = openElements[position - 1].get();
+            break;
+        }
+    }
+    return place;
+}
+
+void TreeConstructor::insertFosterParented(NodeRef node)
+{
+    FosterPlace place = fosterPlace();
+    if (place.tableParent) {
+        insertBefore(std::move(node), currentTable, place.tableParent);
+    } else {
+        appendChild(std::move(node), place.target);
+    }
+}
+
+void TreeConstructor::insertCharacter(Node* node, char16_t unit, bool foster)
+{
+    if (!foster) {
+        appendCharacter(unit, node);
+        return;
+    }
+    FosterPlace place = fosterPlace();
+    if (place.tableParent) {
+        insertCharacterBefore(unit, currentTable, place.tableParent);
+    } else {
+        appendCharacter(unit, place.target);
+    }
+}
+
+void TreeConstructor::insertComment(Node* parent, const TokenRef& token)
+{
+    const auto& comment = static_cast<const CommentToken&>(*token);
+    appendChild(std::make_shared<Comment>(comment.data), parent);
+}
+
+void TreeConstructor::createHtmlRoot()
+{
+    // Made from its tag id alone, with no token: the one element of the tree
+    // constructor that keeps the HTML namespace under case preserving parsing.
+    auto root = std::make_shared<Element>(TagId::Html, NodeType::Element);
+    appendChild(root, document.get());
+    pushOpenElement(std::move(root));
+    insertionMode = InsertionMode::BeforeHead;
+}
+
+void TreeConstructor::insertTextModeElement(const TokenRef& token, TokenizerState state,
+                                            bool foster)
+{
+    insertHtmlElement(token, foster);
+    if (tokenizer) tokenizer->switchTo(state);
+    savedInsertionMode = insertionMode;
+    insertionMode = InsertionMode::Text;
+}
+
+void TreeConstructor::insertRcdataElement(const TokenRef& token)
+{
+    insertTextModeElement(token, TokenizerState::Rcdata, false);
+}
+
+void TreeConstructor::insertRawTextElement(const TokenRef& token, bool foster)
+{
+    insertTextModeElement(token, TokenizerState::Rawtext, foster);
+}
+
+void TreeConstructor::insertScriptElement(const TokenRef& token)
+{
+    NodeRef element = createElementForToken(token, NamespaceId::Html);
+    if (!element) return;
+    appendChild(element, currentNode.get());
+    pushOpenElement(std::move(element));
+    // A plain change of state, not switchTo: script data needs no pending token.
+    if (tokenizer) {
+        tokenizer->previousState = tokenizer->state;
+        tokenizer->state = TokenizerState::ScriptData;
+    }
+    savedInsertionMode = insertionMode;
+    insertionMode = InsertionMode::Text;
+}
+
+void TreeConstructor::mergeAttributes(const TokenRef& token, Element& element)
+{
+    if (token->type != TokenType::StartTag) return;
+    const TagToken& tag = asTag(token);
+    if (tag.attributes.empty()) return;
+    if (element.attributes.empty()) {
+        element.attributes = tag.attributes;
+        for (const auto& entry : element.attributes) entry.second->owner = &element;
+        return;
+    }
+    // The element's own values win: a later value never replaces one there.
+    for (const auto& [key, attribute] : tag.attributes) {
+        if (element.attributes.count(key) != 0) continue;
+        attribute->owner = &element;
+        element.attributes.emplace(key, attribute);
+    }
+}
+
+void TreeConstructor::resetInsertionMode()
+{
+    if (documentKind == 2) {
+        insertionMode = InsertionMode::InBody;
+        return;
+    }
+    for (std::size_t position = openElements.size(); position-- > 0;) {
+        switch (openElement(position).getTagId()) {
+        case TagId::Body: insertionMode = InsertionMode::InBody; return;
+        case TagId::Caption: insertionMode = InsertionMode::InCaption; return;
+        case TagId::Table: insertionMode = InsertionMode::InTable; return;
+        case TagId::Tbody:
+        case TagId::Tfoot:
+        case TagId::Thead: insertionMode = InsertionMode::InTableBody; return;
+        case TagId::Td:
+        case TagId::Th: insertionMode = InsertionMode::InCell; return;
+        case TagId::Tr: insertionMode = InsertionMode::InRow; return;
+        default: break;
+        }
+    }
+    // No entry names a mode: the mode stays as it was.
+}
+
+}  // namespace Parsers

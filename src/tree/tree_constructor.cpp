@@ -1,0 +1,233 @@
+// Token intake and dispatch: the two entry points the tokenizer calls, the
+// choice between insertion modes and foreign content, and the two switches over
+// the insertion mode.
+#include "tree/tree_constructor.h"
+
+#include "library/source_buffer.h"
+#include "tree/tag_sets.h"
+
+namespace Parsers {
+
+namespace {
+
+// Compares an attribute value with a lower-case text, folding only A to Z of
+// the value.
+bool equalsFoldedAscii(const UString& value, std::u16string_view lowerCase)
+{
+    if (value.size() != lowerCase.size()) return false;
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        if (toAsciiLower(value[i]) != lowerCase[i]) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+TreeConstructor::TreeConstructor(SourceBuffer* sourceBuffer, Tokenizer* owningTokenizer,
+                                 std::uint32_t kind)
+    : document(std::make_shared<Document>(static_cast<std::int32_t>(kind))),
+      source(sourceBuffer),
+      tokenizer(owningTokenizer),
+      documentKind(kind)
+{
+    if (tokenizer) tokenizer->treeConstructor = this;
+}
+
+// The stack, the list and the kept elements are shared owners beside the tree;
+// they go with the tree constructor, the document lives on in whoever holds it.
+TreeConstructor::~TreeConstructor() = default;
+
+std::optional<NamespaceId> TreeConstructor::currentNodeNamespace()
+{
+    if (!currentNode) return std::nullopt;
+    return currentNode->namespaceId;
+}
+
+bool TreeConstructor::currentNodeHasTag(TagId tag) const
+{
+    return currentNode && currentElement().getTagId() == tag;
+}
+
+void TreeConstructor::processCharacter(char16_t unit, const TextPosition* position)
+{
+    // The hot path: under case preserving parsing nearly every unit lands in an
+    // element without a namespace and goes straight to the foreign rules.
+    if (currentNode && currentNode->namespaceId != NamespaceId::Html &&
+        !isHtmlIntegrationPoint(currentElement())) {
+        processForeignCharacter(unit);
+        return;
+    }
+    dispatchCharacter(unit, position, 0);
+}
+
+void TreeConstructor::processToken(TokenRef token)
+{
+    if (token->type == TokenType::EndTag) {
+        TagToken& tag = asTag(token);
+        if (tag.selfClosing) reportToken(ParseErrorCode::EndTagSelfClosing, token);
+        if (!tag.attributes.empty()) reportToken(ParseErrorCode::EndTagWithAttributes, token);
+    }
+    if (useHtmlRules(*token)) {
+        dispatchToken(token, false);
+    } else {
+        processForeignToken(token);
+    }
+    // Read after the rules ran: a rule may have turned the start tag into an
+    // end tag, which then has nothing to acknowledge.
+    if (token->type == TokenType::StartTag) {
+        TagToken& tag = asTag(token);
+        if (tag.selfClosing && !tag.selfClosingAcknowledged) {
+            reportToken(ParseErrorCode::SelfClosingNotAcknowledged, token);
+        }
+    }
+}
+
+bool TreeConstructor::useHtmlRules(Token& token)
+{
+    if (!currentNode || currentNode->namespaceId == NamespaceId::Html) return true;
+    Element& node = currentElement();
+    if (token.type == TokenType::StartTag) {
+        TagToken& tag = static_cast<TagToken&>(token);
+        // At a text integration point only these two tags come back to the
+        // insertion modes; every other start tag goes on to the tests below.
+        if (isMathmlTextIntegrationPoint(node)) {
+            TagId id = tag.getTagId();
+            if (id == TagId::Mglyph || id == TagId::Malignmark) return true;
+        }
+        if (node.namespaceId == NamespaceId::MathMl && node.getTagId() == TagId::AnnotationXml &&
+            tag.name == u"svg") {
+            return true;
+        }
+    }
+    if (isHtmlIntegrationPoint(node)) {
+        return token.type == TokenType::StartTag || token.type == TokenType::EndOfFile;
+    }
+    return token.type == TokenType::EndOfFile;
+}
+
+bool TreeConstructor::isMathmlTextIntegrationPoint(Element& element)
+{
+    // The namespace is tested first so that an element with an unknown name,
+    // which looks its name up on every question, is not looked up here.
+    return element.namespaceId == NamespaceId::MathMl &&
+           isMathmlTextIntegrationTag(element.getTagId());
+}
+
+bool TreeConstructor::isHtmlIntegrationPoint(Element& element)
+{
+    if (element.namespaceId == NamespaceId::Svg) return isSvgHtmlIntegrationTag(element.getTagId());
+    if (element.namespaceId != NamespaceId::MathMl || element.getTagId() != TagId::AnnotationXml) {
+        return false;
+    }
+    const Attribute* encoding = element.findAttribute(UString());
+    if (!encoding) return false;
+    return equalsFoldedAscii(encoding->value, u"text/html") ||
+           equalsFoldedAscii(encoding->value, u"application/xhtml+xml");
+}
+
+void TreeConstructor::dispatchToken(const TokenRef& token, bool foster)
+{
+    switch (insertionMode) {
+    case InsertionMode::Initial: handleInitial(token); return;
+    case InsertionMode::BeforeHtml: handleBeforeHtml(token); return;
+    case InsertionMode::BeforeHead: handleBeforeHead(token); return;
+    case InsertionMode::InHead: handleInHead(token, false); return;
+    case InsertionMode::InHeadNoscript: handleInHeadNoscript(token); return;
+    case InsertionMode::AfterHead: handleAfterHead(token); return;
+    case InsertionMode::InBody: handleInBody(token, foster); return;
+    case InsertionMode::Text: handleText(token); return;
+    default:
+        // FIXME: the table, select, frameset and after modes are not built yet;
+        // until they are, a token in one of them has no effect, as a mode value
+        // past the last one has none.
+        return;
+    }
+}
+
+void TreeConstructor::dispatchCharacter(char16_t unit, const TextPosition* position,
+                                        std::uint8_t /*reserved*/)
+{
+    // To re-examine a unit is to go round again with the mode a rule has set.
+    for (;;) {
+        switch (insertionMode) {
+        case InsertionMode::Initial:
+            if (isWhitespaceUnit(unit)) return;
+            // Text before anything else means quirks, whatever the kind of
+            // document.
+            document->quirksMode = 2;
+            insertionMode = InsertionMode::BeforeHtml;
+            continue;
+        case InsertionMode::BeforeHtml:
+            if (isWhitespaceUnit(unit)) return;
+            createHtmlRoot();
+            continue;
+        case InsertionMode::BeforeHead:
+            if (isWhitespaceUnit(unit)) return;
+            dispatchToken(makeSyntheticTag(TokenType::StartTag, TagId::Head, *position), false);
+            dispatchCharacter(unit, position, 0);
+            return;
+        case InsertionMode::InHead:
+            handleInHeadCharacter(unit, position);
+            return;
+        case InsertionMode::InHeadNoscript:
+            if (isWhitespaceUnit(unit)) {
+                handleInHeadCharacter(unit, position);
+                return;
+            }
+            reportCharacter(ParseErrorCode::UnexpectedTokenInHeadNoscript, unit, position);
+            dispatchToken(makeSyntheticTag(TokenType::EndTag, TagId::Noscript, *position), false);
+            dispatchCharacter(unit, position, 0);
+            return;
+        case InsertionMode::AfterHead:
+            handleAfterHeadCharacter(unit, position);
+            return;
+        case InsertionMode::InBody:
+            handleInBodyCharacter(unit, position, false);
+            return;
+        case InsertionMode::Text:
+            appendCharacter(unit, currentNode.get());
+            return;
+        default:
+            // FIXME: the units of the table, select, frameset and after modes
+            // come with those modes; until then they are dropped.
+            return;
+        }
+    }
+}
+
+TagTokenRef TreeConstructor::makeSyntheticTag(TokenType type, TagId tag, TextPosition position)
+{
+    auto synthetic = std::make_shared<TagToken>(type);
+    synthetic->name = tagNameText(static_cast<std::int32_t>(tag));
+    synthetic->position = position;
+    return synthetic;
+}
+
+void TreeConstructor::acknowledgeSelfClosing(TagToken& tag)
+{
+    if (tag.selfClosing) tag.selfClosingAcknowledged = true;
+}
+
+const ErrorListenerList& TreeConstructor::errorListeners() const
+{
+    static const ErrorListenerList none;
+    return source ? source->errorListeners : none;
+}
+
+void TreeConstructor::reportToken(ParseErrorCode code, const TokenRef& token)
+{
+    reportTokenError(errorListeners(), code, token);
+}
+
+void TreeConstructor::reportPosition(ParseErrorCode code, const TextPosition& position)
+{
+    reportPositionError(errorListeners(), code, &position);
+}
+
+void TreeConstructor::reportCharacter(ParseErrorCode code, char16_t unit,
+                                      const TextPosition* position)
+{
+    reportCharacterError(errorListeners(), code, unit, position);
+}
+
+}  // namespace Parsers

@@ -1,0 +1,240 @@
+// The tree constructor: the second stage of a parse.
+//
+// The tokenizer pushes single 16-bit units and whole tokens into it. For each
+// it decides between the rules of the current insertion mode and the rules of
+// foreign content, runs them, and so builds a Document. Under case preserving
+// parsing (documentKind 2), every element made from a token has no namespace,
+// so once such an element is the current node the foreign content rules take
+// everything but the end of the input: the insertion modes serve the start of
+// the document and its end.
+//
+// Reprocessing is direct recursion: a rule that wants a token looked at again
+// calls dispatchToken (or the next mode's function) itself. The depth of that
+// recursion is bounded by the rules, never by the document.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "dom/element.h"
+#include "dom/node.h"
+#include "library/shared_types.h"
+#include "tokenizer/parse_errors.h"
+#include "tokenizer/token.h"
+#include "tokenizer/tokenizer.h"
+#include "tree/active_formatting.h"
+
+namespace Parsers {
+
+struct SourceBuffer;
+
+enum class InsertionMode : std::uint32_t {
+    Initial = 0,
+    BeforeHtml = 1,
+    BeforeHead = 2,
+    InHead = 3,
+    InHeadNoscript = 4,
+    AfterHead = 5,
+    InBody = 6,
+    Text = 7,
+    InTable = 8,
+    InTableText = 9,
+    InCaption = 10,
+    InColumnGroup = 11,
+    InTableBody = 12,
+    InRow = 13,
+    InCell = 14,
+    InSelect = 15,
+    InSelectInTable = 16,
+    AfterBody = 17,
+    InFrameset = 18,
+    AfterFrameset = 19,
+    AfterAfterBody = 20,
+    AfterAfterFrameset = 21,
+};
+
+// Which rows of the scope barrier table stop a scope search.
+enum class ScopeKind : std::uint32_t {
+    Default = 0,
+    ListItem = 1,
+    Button = 2,
+    Table = 3,
+    Select = 4,
+};
+
+// The stack of open elements, entry 0 at the bottom.
+using OpenElementStack = std::vector<NodeRef>;
+
+// The tree constructor's whitespace: space and 0x09 to 0x0D, 0x0B included.
+// The tokenizer's space and the foreign content rules leave 0x0B out; the two
+// sets are not to be merged.
+constexpr bool isWhitespaceUnit(char16_t unit)
+{
+    return unit == u' ' || (unit >= 0x09 && unit <= 0x0D);
+}
+
+class TreeConstructor : public TokenReceiver, public CurrentNodeQuery {
+public:
+    // `tokenizer` may be null; a non-null tokenizer learns of this tree
+    // constructor through its treeConstructor field. documentKind 1 is case
+    // folding parsing, 2 case preserving parsing.
+    TreeConstructor(SourceBuffer* source, Tokenizer* tokenizer, std::uint32_t documentKind);
+    TreeConstructor(const TreeConstructor&) = delete;
+    TreeConstructor& operator=(const TreeConstructor&) = delete;
+
+    // Token intake.
+    void processCharacter(char16_t unit, const TextPosition* position) override;
+    void processToken(TokenRef token) override;
+    ~TreeConstructor() override;
+
+    // The tokenizer's question for CDATA sections: the namespace of the current
+    // node, or nothing when the stack is empty.
+    std::optional<NamespaceId> currentNodeNamespace() override;
+
+    // Whether a token goes to the insertion mode (true) or to the foreign
+    // content rules (false).
+    bool useHtmlRules(Token& token);
+    bool isMathmlTextIntegrationPoint(Element& element);
+    bool isHtmlIntegrationPoint(Element& element);
+
+    // Runs the current insertion mode's rules for a token or a unit.
+    void dispatchToken(const TokenRef& token, bool foster);
+    void dispatchCharacter(char16_t unit, const TextPosition* position, std::uint8_t reserved);
+    // A tag with no attributes, made up by a rule at the position of what
+    // caused it.
+    TagTokenRef makeSyntheticTag(TokenType type, TagId tag, TextPosition position);
+
+    // The stack of open elements and its two caches.
+    void pushOpenElement(NodeRef element);
+    NodeRef popOpenElement();
+    void popUntilTag(TagId tag);
+    void popToDepth(std::size_t count);
+    void removeOpenElement(const Node* element);
+    void insertIntoOpenElements(std::size_t position, NodeRef element);
+    void eraseOpenElement(std::size_t position);
+    void refreshCurrentTable();
+    void refreshCaches();
+    // Position of the element on the stack, searched from the top; -1 when it
+    // is not there.
+    std::ptrdiff_t findOpenElement(const Node* element) const;
+    void clearToTableContext();
+    void clearToTableBodyContext();
+    void clearToTableRowContext();
+    void popThroughFirstHeading();
+
+    // Scopes and implied end tags.
+    bool hasElementInScope(TagId tag, ScopeKind kind);
+    static bool isScopeBarrier(TagId tag, std::uint32_t row);
+    void generateImpliedEndTags(const UString& exception);
+
+    // Making and placing nodes.
+    NodeRef createElementForToken(const TokenRef& token, NamespaceId namespaceId);
+    NodeRef insertHtmlElement(const TokenRef& token, bool foster);
+    NodeRef insertForeignElement(const TokenRef& token, NamespaceId namespaceId, bool foster);
+    void insertFosterParented(NodeRef node);
+    void insertCharacter(Node* node, char16_t unit, bool foster);
+    void insertComment(Node* parent, const TokenRef& token);
+    void createHtmlRoot();
+    void insertTextModeElement(const TokenRef& token, TokenizerState state, bool foster);
+    void insertRcdataElement(const TokenRef& token);
+    void insertRawTextElement(const TokenRef& token, bool foster);
+    void insertScriptElement(const TokenRef& token);
+    void mergeAttributes(const TokenRef& token, Element& element);
+    void resetInsertionMode();
+
+    // Active formatting.
+    void reconstructActiveFormatting(bool foster);
+
+    // The document start modes.
+    void handleInitial(const TokenRef& token);
+    void handleDoctypeInInitial(DoctypeToken& token);
+    void handleBeforeHtml(const TokenRef& token);
+    void handleBeforeHead(const TokenRef& token);
+    void handleInHead(const TokenRef& token, bool foster);
+    void handleInHeadNoscript(const TokenRef& token);
+    void handleAfterHead(const TokenRef& token);
+    void beforeHtmlAnythingElse(const TokenRef& token);
+    void beforeHeadAnythingElse(const TokenRef& token);
+    void inHeadAnythingElse(const TokenRef& token);
+    void inHeadNoscriptAnythingElse(const TokenRef& token);
+    void afterHeadAnythingElse(const TokenRef& token);
+    void handleInHeadCharacter(char16_t unit, const TextPosition* position);
+    void handleAfterHeadCharacter(char16_t unit, const TextPosition* position);
+
+    // In body.
+    void handleInBody(const TokenRef& token, bool foster);
+    void handleInBodyStartTag(const TokenRef& token, bool foster);
+    void handleInBodyCharacter(char16_t unit, const TextPosition* position, bool foster);
+    void handleInBodyEndTag(const TokenRef& token);
+    void anyOtherEndTag(const TokenRef& token);
+    bool isTableStructureNode();
+
+    // Text.
+    void handleText(const TokenRef& token);
+
+    // Foreign content.
+    void processForeignToken(const TokenRef& token);
+    void processForeignCharacter(char16_t unit);
+    void adjustMathmlAttributes(const TokenRef& token);
+    void adjustForeignAttributes(const TokenRef& token);
+
+    std::shared_ptr<Document> document;
+    SourceBuffer* source;
+    Tokenizer* tokenizer;
+    InsertionMode insertionMode = InsertionMode::Initial;
+    InsertionMode savedInsertionMode = InsertionMode::Initial;
+    OpenElementStack openElements;
+    ActiveFormattingList activeFormatting;
+    NodeRef currentNode;
+    NodeRef currentTable;
+    NodeRef headElement;
+    NodeRef formElement;
+    UString pendingTableCharacters;
+    bool framesetOk = true;
+    std::uint32_t documentKind;
+
+private:
+    // The current node as an element; call only when currentNode is set.
+    Element& currentElement() const { return static_cast<Element&>(*currentNode); }
+    // Whether there is a current node and it has this tag. An empty stack has
+    // no tag: every such question is answered no.
+    bool currentNodeHasTag(TagId tag) const;
+    Element& openElement(std::size_t position) const
+    {
+        return static_cast<Element&>(*openElements[position]);
+    }
+
+    // Acknowledges a self-closing flag, if the tag has one.
+    static void acknowledgeSelfClosing(TagToken& tag);
+    // Inserts a start tag as it is written, closing it again at once when it
+    // had the self-closing flag.
+    void insertTagAsWritten(const TokenRef& token);
+    void insertUnlistedStartTag(const TokenRef& token, bool foster);
+
+    // The element under which foster parenting places a node, and the table
+    // to go in front of when that element is the table's own parent.
+    struct FosterPlace {
+        Node* target = nullptr;
+        Node* tableParent = nullptr;
+    };
+    FosterPlace fosterPlace() const;
+
+    void foreignStartTag(const TokenRef& token);
+    void foreignEndTag(const TokenRef& token);
+    bool breaksOutOfForeignContent(TagToken& tag);
+
+    const ErrorListenerList& errorListeners() const;
+    void reportToken(ParseErrorCode code, const TokenRef& token);
+    void reportPosition(ParseErrorCode code, const TextPosition& position);
+    void reportCharacter(ParseErrorCode code, char16_t unit, const TextPosition* position);
+};
+
+// A token known to be a start or end tag.
+inline TagToken& asTag(const TokenRef& token)
+{
+    return static_cast<TagToken&>(*token);
+}
+
+}  // namespace Parsers
