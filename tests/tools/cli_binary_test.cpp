@@ -1,0 +1,202 @@
+// The domparse binary end to end: options, exit statuses and messages.
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A path in single quotes for the shell (the test paths hold no quotes).
+std::string shellQuoted(const fs::path& path)
+{
+    std::string text = "'";
+    text += path.string();
+    text += '\'';
+    return text;
+}
+
+struct ToolRun {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+std::string readFile(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+class CliBinary : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        directory = fs::temp_directory_path() /
+                    ("domparse_cli_test_" + std::to_string(::getpid()) + "_" +
+                     ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::create_directories(directory);
+    }
+    void TearDown() override { fs::remove_all(directory); }
+
+    // Runs the tool with the arguments (already quoted for the shell).
+    ToolRun run(const std::string& arguments, const std::string& input = "")
+    {
+        const fs::path out = directory / "stdout";
+        const fs::path err = directory / "stderr";
+        const fs::path in = directory / "stdin";
+        std::ofstream(in, std::ios::binary) << input;
+        std::string command = shellQuoted(binary());
+        command += ' ';
+        command += arguments;
+        command += " <";
+        command += shellQuoted(in);
+        command += " >";
+        command += shellQuoted(out);
+        command += " 2>";
+        command += shellQuoted(err);
+        const int raw = std::system(command.c_str());
+        ToolRun result;
+        result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+        result.out = readFile(out);
+        result.err = readFile(err);
+        return result;
+    }
+
+    fs::path write(const std::string& name, const std::string& content)
+    {
+        const fs::path path = directory / name;
+        std::ofstream(path, std::ios::binary) << content;
+        return path;
+    }
+
+    static std::string binary() { return std::string(DOMPARSE_BINARY_DIR) + "/domparse"; }
+
+    fs::path directory;
+};
+
+// The tool's message line for a file. (Built by appending: GCC 12 warns
+// falsely on chains of "literal" + std::string.)
+std::string messageLine(const fs::path& file, const std::string& text)
+{
+    std::string line = "domparse: ";
+    line += file.string();
+    line += ": ";
+    line += text;
+    line += '\n';
+    return line;
+}
+
+const std::string kNoDocument =
+    "no document could be made of the input (no text could be decoded, or an internal error)";
+
+TEST_F(CliBinary, VersionPrintsTheLibraryVersion)
+{
+    const ToolRun result = run("--version");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "200\n");
+    EXPECT_EQ(result.err, "");
+}
+
+TEST_F(CliBinary, HelpDocumentsTheFormats)
+{
+    const ToolRun result = run("--help");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out.rfind("usage: domparse [options] FILE...\n", 0), 0u);
+    EXPECT_NE(result.out.find("  --format NAME  tree (default), json, stats or image\n"),
+              std::string::npos);
+    EXPECT_NE(result.out.find("<prefix:name attr=\"value\" p:attr2=\"v\"> [ns=URI]"),
+              std::string::npos);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(run("-h").out, result.out);
+}
+
+TEST_F(CliBinary, MissingFileExits66)
+{
+    const fs::path missing = directory / "missing.html";
+    const ToolRun result = run(shellQuoted(missing));
+    EXPECT_EQ(result.status, 66);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, messageLine(missing, "cannot read: No such file or directory"));
+}
+
+TEST_F(CliBinary, UsageErrorsExit64)
+{
+    struct Case {
+        const char* arguments;
+        const char* message;
+    };
+    const Case cases[] = {
+        {"", "domparse: no input file (see domparse --help)\n"},
+        {"--frobnicate x", "domparse: unknown option '--frobnicate' (see domparse --help)\n"},
+        {"--format", "domparse: --format needs a format name (see domparse --help)\n"},
+        {"--format xml x", "domparse: unknown format 'xml' (see domparse --help)\n"},
+        {"--format=yaml x", "domparse: unknown format 'yaml' (see domparse --help)\n"},
+        {"x -o", "domparse: -o needs a file name (see domparse --help)\n"},
+        {"--format image a b",
+         "domparse: --format image takes exactly one file (see domparse --help)\n"},
+    };
+    for (const Case& usage : cases) {
+        const ToolRun result = run(usage.arguments);
+        EXPECT_EQ(result.status, 64) << usage.arguments;
+        EXPECT_EQ(result.out, "") << usage.arguments;
+        EXPECT_EQ(result.err, usage.message) << usage.arguments;
+    }
+}
+
+// Empty input has no text to make a document of: the library answers 2.
+TEST_F(CliBinary, EmptyInputExits12)
+{
+    const fs::path empty = write("empty.html", "");
+    const ToolRun result = run(shellQuoted(empty));
+    EXPECT_EQ(result.status, 12);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, messageLine(empty, kNoDocument));
+}
+
+TEST_F(CliBinary, EmptyStandardInputInJson)
+{
+    const ToolRun result = run("--format json -", "");
+    EXPECT_EQ(result.status, 12);
+    EXPECT_EQ(result.out, "{\"file\":\"-\",\"result\":2,\"error\":\"" + kNoDocument + "\"}\n");
+    EXPECT_EQ(result.err, messageLine("-", kNoDocument));
+}
+
+TEST_F(CliBinary, UnreadableFileWinsOverAFailedParse)
+{
+    const fs::path empty = write("empty.html", "");
+    const fs::path missing = directory / "gone.html";
+    const ToolRun result = run(shellQuoted(missing) + ' ' + shellQuoted(empty));
+    EXPECT_EQ(result.status, 66);
+    EXPECT_EQ(result.err, messageLine(missing, "cannot read: No such file or directory") +
+                              messageLine(empty, kNoDocument));
+}
+
+TEST_F(CliBinary, OutputFileThatCannotBeCreatedExits73)
+{
+    const fs::path target = directory / "no" / "such" / "dir" / "out.txt";
+    const ToolRun result = run("-o " + shellQuoted(target).append(" x"));
+    EXPECT_EQ(result.status, 73);
+    EXPECT_EQ(result.err, messageLine(target, "cannot create: No such file or directory"));
+}
+
+TEST_F(CliBinary, OutputGoesToTheFileGivenWithO)
+{
+    const fs::path target = directory / "out.json";
+    const ToolRun result = run("--format=json -o " + shellQuoted(target).append(" -"), "");
+    EXPECT_EQ(result.status, 12);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(readFile(target),
+              "{\"file\":\"-\",\"result\":2,\"error\":\"" + kNoDocument + "\"}\n");
+}
+
+}  // namespace

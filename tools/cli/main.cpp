@@ -1,0 +1,353 @@
+// domparse: parses files with the library's exported DOM_Parse and prints the
+// document image that comes back, after the reader has checked it.
+//
+// The tool goes through the shared library exactly as any host does: a record,
+// a writable copy of the input with padding behind it, and a global memory
+// block that it frees itself.
+
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "domparse.h"
+#include "domparse_reader.h"
+#include "format.h"
+
+namespace Parsers::Cli {
+
+namespace {
+
+// Exit statuses, in the sysexits tradition for the tool's own failures; a
+// failed parse exits with 10 + its result code.
+constexpr int kExitOk = 0;
+constexpr int kExitParseBase = 10;
+constexpr int kExitUsage = 64;
+constexpr int kExitNoInput = 66;
+constexpr int kExitBadImage = 70;
+constexpr int kExitCannotCreate = 73;
+constexpr int kExitWriteError = 74;
+
+enum class OutputFormat {
+    Tree,
+    Json,
+    Stats,
+    Image,
+};
+
+struct Options {
+    OutputFormat format = OutputFormat::Tree;
+    bool utf16 = false;
+    std::optional<std::string> outputFile;
+    std::vector<std::string> files;
+    bool help = false;
+    bool version = false;
+};
+
+const char kHelp[] =
+    "usage: domparse [options] FILE...\n"
+    "\n"
+    "Parses each FILE (- for standard input) with DOM_Parse and prints the\n"
+    "document image it returns.\n"
+    "\n"
+    "options:\n"
+    "  --format NAME  tree (default), json, stats or image\n"
+    "  --utf16        the input is UTF-16 little-endian text (input kind 1);\n"
+    "                 otherwise the library finds out the encoding of the bytes\n"
+    "  -o FILE        write the output to FILE instead of standard output\n"
+    "  --version      print the library version (DOM_GetVersion)\n"
+    "  -h, --help     print this help\n"
+    "\n"
+    "formats:\n"
+    "  tree   one node per line, indented two spaces per level:\n"
+    "           <prefix:name attr=\"value\" p:attr2=\"v\"> [ns=URI] [@p:attr2 ns=URI]\n"
+    "           \"text\"\n"
+    "           <!--comment-->\n"
+    "         [ns=URI] is the element's namespace URI, [@NAME ns=URI] an\n"
+    "         attribute's; both are left out when empty. Namespace declarations\n"
+    "         are shown as the attributes they are. An empty attribute value is\n"
+    "         shown as \"\". Texts, values and names are UTF-8 with the escapes\n"
+    "         \\n \\t \\r \\\" \\\\ and \\uXXXX for other control characters, lone\n"
+    "         surrogates and non-characters. Lines deeper than 100 levels are\n"
+    "         indented as level 100 and start with @DEPTH. With several files\n"
+    "         each tree follows a line # FILE.\n"
+    "  json   one JSON object per file and line:\n"
+    "           {\"file\":...,\"result\":0,\"imageSize\":N,\"nodes\":[...]}\n"
+    "         elements {\"name\",\"prefix\",\"tagId\",\"namespaceUri\",\"attributes\":\n"
+    "         [{\"name\",\"prefix\",\"namespaceUri\",\"attributeId\",\"value\"}],\"children\"},\n"
+    "         texts {\"text\"}, comments {\"comment\"}; absent fields are null.\n"
+    "         A failed parse gives {\"file\":...,\"result\":N,\"error\":...}.\n"
+    "  stats  one line per file: node counts by kind, attributes, strings,\n"
+    "         image and input size in bytes, parse time in ms and MB/s\n"
+    "  image  the raw image bytes (one FILE only)\n"
+    "\n"
+    "exit status:\n"
+    "  0 every file parsed; 64 usage error; 66 a file could not be read;\n"
+    "  70 the library returned a malformed image; 73 the output file could not\n"
+    "  be created; 74 the output could not be written; otherwise 10 + the\n"
+    "  result code of the last failed parse: 11 bad record, 12 no document,\n"
+    "  13 out of memory.\n";
+
+// A usage error is one line on standard error, pointing at the help.
+int usageError(const std::string& message)
+{
+    std::cerr << "domparse: " << message << " (see domparse --help)\n";
+    return kExitUsage;
+}
+
+std::optional<OutputFormat> formatNamed(const std::string& name)
+{
+    if (name == "tree") return OutputFormat::Tree;
+    if (name == "json") return OutputFormat::Json;
+    if (name == "stats") return OutputFormat::Stats;
+    if (name == "image") return OutputFormat::Image;
+    return std::nullopt;
+}
+
+// Reads the command line into `options`; returns 0 or the usage exit status.
+int parseArguments(int argc, char** argv, Options& options)
+{
+    // After "--" every argument is a file, even one that starts with '-'.
+    bool onlyFiles = false;
+    for (int at = 1; at < argc; ++at) {
+        const std::string argument = argv[at];
+        if (onlyFiles || argument == "-" || argument.empty() || argument[0] != '-') {
+            options.files.push_back(argument);
+        } else if (argument == "--") {
+            onlyFiles = true;
+        } else if (argument == "-h" || argument == "--help") {
+            options.help = true;
+        } else if (argument == "--version") {
+            options.version = true;
+        } else if (argument == "--utf16") {
+            options.utf16 = true;
+        } else if (argument == "--format" || argument.rfind("--format=", 0) == 0) {
+            std::string name;
+            if (argument == "--format") {
+                if (++at == argc) return usageError("--format needs a format name");
+                name = argv[at];
+            } else {
+                name = argument.substr(9);
+            }
+            const auto format = formatNamed(name);
+            if (!format) return usageError("unknown format '" + name + "'");
+            options.format = *format;
+        } else if (argument == "-o") {
+            if (++at == argc) return usageError("-o needs a file name");
+            options.outputFile = argv[at];
+        } else {
+            return usageError("unknown option '" + argument + "'");
+        }
+    }
+    if (options.help || options.version) return kExitOk;
+    if (options.files.empty()) return usageError("no input file");
+    // Raw images put back to back could not be told apart again.
+    if (options.format == OutputFormat::Image && options.files.size() != 1) {
+        return usageError("--format image takes exactly one file");
+    }
+    return kExitOk;
+}
+
+// Reads a whole file, or standard input for "-", into `bytes` with room for
+// the library's padding behind it. Returns false with errno's text in `error`.
+bool readInput(const std::string& file, std::vector<std::uint8_t>& bytes, std::string& error)
+{
+    // C streams read standard input in binary on the systems the tool builds
+    // for, and report errors through errno.
+    std::FILE* stream = file == "-" ? stdin : std::fopen(file.c_str(), "rb");
+    if (!stream) {
+        error = std::strerror(errno);
+        return false;
+    }
+    bytes.clear();
+    std::uint8_t chunk[1 << 16];
+    std::size_t got = 0;
+    while ((got = std::fread(chunk, 1, sizeof chunk, stream)) > 0) {
+        bytes.insert(bytes.end(), chunk, chunk + got);
+    }
+    const bool failed = std::ferror(stream) != 0;
+    if (failed) error = std::strerror(errno);
+    if (stream != stdin) std::fclose(stream);
+    return !failed;
+}
+
+// Owns the image block that DOM_Parse hands over, so that no path leaks it.
+class ImageBlock {
+public:
+    ImageBlock() = default;
+    ImageBlock(const ImageBlock&) = delete;
+    ImageBlock& operator=(const ImageBlock&) = delete;
+    ~ImageBlock()
+    {
+        if (address) GlobalUnlock(handle);
+        if (handle) GlobalFree(handle);
+    }
+
+    HGLOBAL* place() { return &handle; }
+    const void* lock()
+    {
+        if (!address) address = GlobalLock(handle);
+        return address;
+    }
+
+private:
+    HGLOBAL handle = nullptr;
+    void* address = nullptr;
+};
+
+struct DOMImageCloser {
+    void operator()(DOMImage* image) const { DOMImage_Close(image); }
+};
+
+class Tool {
+public:
+    Tool(const Options& chosen, std::ostream& output) : options(chosen), out(output) {}
+
+    // Parses every file and returns the exit status. Every file is tried even
+    // after a failure; an unreadable file outranks a bad image, which outranks
+    // a failed parse, since those point at the caller's or the tool's side.
+    int run()
+    {
+        for (const std::string& file : options.files) processFile(file);
+        if (unreadable) return kExitNoInput;
+        if (badImage) return kExitBadImage;
+        if (lastFailedResult) return kExitParseBase + static_cast<int>(lastFailedResult);
+        return kExitOk;
+    }
+
+private:
+    void fail(const std::string& file, const std::string& message)
+    {
+        std::cerr << "domparse: " << file << ": " << message << '\n';
+    }
+
+    void processFile(const std::string& file)
+    {
+        std::vector<std::uint8_t> input;
+        std::string error;
+        if (!readInput(file, input, error)) {
+            fail(file, "cannot read: " + error);
+            unreadable = true;
+            return;
+        }
+        // DOM_Parse takes the size in 32 bits, and the padding must fit too.
+        const std::size_t size = input.size();
+        if (size > UINT32_MAX - DOM_INPUT_PADDING) {
+            fail(file, "cannot read: larger than 4 GiB");
+            unreadable = true;
+            return;
+        }
+        // The library rewrites the buffer and looks one unit past the text.
+        input.resize(size + DOM_INPUT_PADDING, 0);
+        DOM_ParseRecord record{};
+        record.version = DOM_RECORD_VERSION;
+        record.inputKind = options.utf16 ? DOM_INPUT_UTF16 : DOM_INPUT_BYTES;
+        record.result = 0;
+        ImageBlock block;
+        // Only the library's call is timed: reading and printing are the tool's.
+        const auto start = std::chrono::steady_clock::now();
+        const std::uint32_t result =
+            DOM_Parse(input.data(), static_cast<std::uint32_t>(size), block.place(), &record);
+        const auto stop = std::chrono::steady_clock::now();
+        if (result != DOM_RESULT_OK) {
+            // The handle is only the caller's on success: nothing to free.
+            *block.place() = nullptr;
+            fail(file, describeResult(result));
+            if (options.format == OutputFormat::Json) {
+                writeJsonFailure(file, result, describeResult(result), out);
+            }
+            lastFailedResult = result;
+            return;
+        }
+        const ParseMeasure measure{
+            size, std::chrono::duration<double, std::milli>(stop - start).count()};
+        printImage(file, block, record.result, measure);
+    }
+
+    void printImage(const std::string& file, ImageBlock& block, std::uint32_t imageSize,
+                    const ParseMeasure& measure)
+    {
+        // The image is checked before anything reads it: a library fault must
+        // give a message, not a crash of the tool.
+        const void* bytes = block.lock();
+        DOMImage* opened = nullptr;
+        char message[256];
+        if (!bytes || DOMImage_Open(bytes, imageSize, &opened, message, sizeof message) != 0) {
+            fail(file, std::string("the library returned a malformed image: ") +
+                           (bytes ? message : "the block cannot be locked"));
+            badImage = true;
+            return;
+        }
+        std::unique_ptr<DOMImage, DOMImageCloser> image(opened);
+        switch (options.format) {
+        case OutputFormat::Tree:
+            if (options.files.size() > 1) out << "# " << file << '\n';
+            writeTree(image.get(), out);
+            break;
+        case OutputFormat::Json:
+            writeJson(image.get(), file, out);
+            break;
+        case OutputFormat::Stats:
+            writeStats(image.get(), file, measure, out);
+            break;
+        case OutputFormat::Image:
+            out.write(static_cast<const char*>(bytes), imageSize);
+            break;
+        }
+    }
+
+    const Options& options;
+    std::ostream& out;
+    bool unreadable = false;
+    bool badImage = false;
+    std::uint32_t lastFailedResult = 0;
+};
+
+int runTool(int argc, char** argv)
+{
+    Options options;
+    if (const int status = parseArguments(argc, argv, options); status != kExitOk) return status;
+    if (options.help) {
+        std::cout << kHelp;
+        return kExitOk;
+    }
+    if (options.version) {
+        std::cout << DOM_GetVersion() << '\n';
+        return kExitOk;
+    }
+    std::ofstream file;
+    if (options.outputFile) {
+        file.open(*options.outputFile, std::ios::binary | std::ios::trunc);
+        if (!file) {
+            std::cerr << "domparse: " << *options.outputFile << ": cannot create: "
+                      << std::strerror(errno) << '\n';
+            return kExitCannotCreate;
+        }
+    }
+    std::ostream& out = options.outputFile ? static_cast<std::ostream&>(file) : std::cout;
+    const int status = Tool(options, out).run();
+    out.flush();
+    if (!out) {
+        std::cerr << "domparse: cannot write the output\n";
+        return kExitWriteError;
+    }
+    return status;
+}
+
+}  // namespace
+
+}  // namespace Parsers::Cli
+
+// The tool writes through C++ streams only, so they need no sync with stdio.
+int main(int argc, char** argv)
+{
+    std::ios::sync_with_stdio(false);
+    return Parsers::Cli::runTool(argc, argv);
+}
