@@ -12,6 +12,8 @@
 #include <iterator>
 #include <string>
 
+#include "domparse_reader.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -197,6 +199,78 @@ TEST_F(CliBinary, OutputGoesToTheFileGivenWithO)
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(readFile(target),
               "{\"file\":\"-\",\"result\":2,\"error\":\"" + kNoDocument + "\"}\n");
+}
+
+// <p class=x>Hi</p> makes a document whose only node at the top is the p:
+// the html, head and body around it are taken away at the end of the parse.
+// Its image: the header (26), the p (22 + 36 + 4 for the attribute + 4 for
+// the child), the text (30), one attribute (24) and the strings "p", "Hi",
+// "class", "x" (4 + 6 + 12 + 4): 172 bytes.
+const std::string kParagraph = "<p class=x>Hi</p>";
+
+TEST_F(CliBinary, TreeOfAParsedParagraph)
+{
+    const fs::path file = write("p.html", kParagraph);
+    const ToolRun result = run(shellQuoted(file));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "<p class=\"x\">\n  \"Hi\"\n");
+    EXPECT_EQ(result.err, "");
+}
+
+TEST_F(CliBinary, JsonOfAParsedParagraphFromStandardInput)
+{
+    const ToolRun result = run("--format json -", kParagraph);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out,
+              "{\"file\":\"-\",\"result\":0,\"imageSize\":172,\"nodes\":["
+              "{\"name\":\"p\",\"prefix\":null,\"tagId\":167,\"namespaceUri\":null,"
+              "\"attributes\":[{\"name\":\"class\",\"prefix\":null,\"namespaceUri\":null,"
+              "\"attributeId\":99,\"value\":\"x\"}],\"children\":[{\"text\":\"Hi\"}]}]}\n");
+}
+
+TEST_F(CliBinary, StatsOfAParsedParagraph)
+{
+    const ToolRun result = run("--format stats -", kParagraph);
+    EXPECT_EQ(result.status, 0);
+    const std::string fields =
+        "-: nodes=2 elements=1 texts=1 comments=0 attributes=1 strings=4 imageSize=172 "
+        "inputSize=17 parseMs=";
+    EXPECT_EQ(result.out.substr(0, fields.size()), fields);
+    EXPECT_NE(result.out.find(" MBps="), std::string::npos);
+    EXPECT_EQ(result.out.back(), '\n');
+}
+
+TEST_F(CliBinary, RawImageToAFile)
+{
+    const fs::path target = directory / "p.image";
+    const ToolRun result = run("--format image -o " + shellQuoted(target).append(" -"), kParagraph);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "");
+    const std::string image = readFile(target);
+    ASSERT_EQ(image.size(), 172u);
+    EXPECT_EQ(image.substr(0, 2), std::string("\xC8\x00", 2));
+    DOMImage* reader = nullptr;
+    ASSERT_EQ(DOMImage_Open(image.data(), image.size(), &reader, nullptr, 0), 0);
+    EXPECT_EQ(DOMImage_NodeCount(reader), 2u);
+    EXPECT_EQ(DOMImage_AttributeCount(reader), 1u);
+    DOMImage_Close(reader);
+}
+
+TEST_F(CliBinary, SeveralUtf16FilesEachUnderItsName)
+{
+    const std::string first("<\0p\0>\0x\0<\0/\0p\0>\0", 16);
+    const std::string second("<\0!\0-\0-\0c\0-\0-\0>\0", 16);
+    const fs::path one = write("one.html", first);
+    const fs::path two = write("two.html", second);
+    const ToolRun result = run("--utf16 " + shellQuoted(one) + ' ' + shellQuoted(two));
+    EXPECT_EQ(result.status, 0);
+    std::string expected = "# ";
+    expected += one.string();
+    expected += "\n<p>\n  \"x\"\n# ";
+    expected += two.string();
+    expected += "\n<!--c-->\n";
+    EXPECT_EQ(result.out, expected);
+    EXPECT_EQ(result.err, "");
 }
 
 }  // namespace
