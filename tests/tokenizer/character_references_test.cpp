@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 
 #include "tokenizer/named_reference_table.h"
 #include "tokenizer_run.h"
@@ -12,6 +13,16 @@ namespace Parsers::Testing {
 namespace {
 
 using CharacterReferences = TokenizerTest;
+
+// "&", the body and the end, built by appending.
+std::u16string reference(std::u16string_view opening, std::u16string_view body,
+                         std::u16string_view ending)
+{
+    std::u16string text(opening);
+    text.append(body);
+    text.append(ending);
+    return text;
+}
 
 TEST_F(CharacterReferences, NamedWithSemicolon)
 {
@@ -37,7 +48,7 @@ TEST_F(CharacterReferences, TwoUnitExpansion)
     const NamedReference* row = findNamedReference(u"NotEqualTilde;", 14);
     ASSERT_NE(row, nullptr);
     ASSERT_EQ(row->expansionLength, 2);
-    const std::string expected = "\"" + describeText(UString(row->expansion, 2)) + "\"";
+    const std::string expected = concat({"\"", describeText(UString(row->expansion, 2)), "\""});
     EXPECT_EQ(tokenize(u"&NotEqualTilde;"), (Events{expected, "EOF"}));
 }
 
@@ -68,9 +79,9 @@ TEST_F(CharacterReferences, SemicolonScanNeverLooksAtTheFirstUnit)
 
 TEST_F(CharacterReferences, SemicolonScanReachesThirtyTwoUnits)
 {
-    const std::u16string near = u"&" + std::u16string(31, u'z') + u";";
+    const std::u16string near = reference(u"&", std::u16string(31, u'z'), u";");
     EXPECT_EQ(tokenize(near).front(), "E3 span \"zzzzz\"");
-    const std::u16string far = u"&" + std::u16string(32, u'z') + u";";
+    const std::u16string far = reference(u"&", std::u16string(32, u'z'), u";");
     EXPECT_EQ(tokenize(far).size(), 2u);
 }
 
@@ -128,7 +139,8 @@ TEST_F(CharacterReferences, EveryValueBelowOneHundredSixty)
     };
     for (std::uint32_t value = 0; value < 160; ++value) {
         const std::string digits = std::to_string(value);
-        const std::u16string input = u"&#" + std::u16string(digits.begin(), digits.end()) + u";";
+        const std::u16string input =
+            reference(u"&#", std::u16string(digits.begin(), digits.end()), u";");
         char16_t unit = static_cast<char16_t>(value);
         bool isReplaced = false;
         for (const Replacement& entry : replaced) {
@@ -139,7 +151,7 @@ TEST_F(CharacterReferences, EveryValueBelowOneHundredSixty)
         }
         Events expected;
         if (isReplaced) expected.push_back("E2");
-        expected.push_back("\"" + describeText(std::u16string(1, unit)) + "\"");
+        expected.push_back(concat({"\"", describeText(std::u16string(1, unit)), "\""}));
         expected.push_back("EOF");
         EXPECT_EQ(tokenize(input), expected) << value;
     }

@@ -396,9 +396,9 @@ TEST(ParseErrorCatalogue, GeneratedFilesMatchTheirGenerator)
         std::filesystem::path(DOMPARSE_BINARY_DIR) / "generated-check" / "parse_errors";
     std::filesystem::remove_all(outDir);
     std::filesystem::create_directories(outDir);
-    const std::string command = "python3 \"" +
-                                (sourceDir / "tools/gen/gen_parse_errors.py").string() +
-                                "\" --out \"" + outDir.string() + "\"";
+    const std::string command =
+        concat({"python3 \"", (sourceDir / "tools/gen/gen_parse_errors.py").string(),
+                "\" --out \"", outDir.string(), "\""});
     ASSERT_EQ(std::system(command.c_str()), 0) << command;
     for (const char* name : {"parse_error_codes.h", "parse_error_messages.cpp"}) {
         const std::string committed = readWholeFile(sourceDir / "src/tokenizer" / name);

@@ -15,10 +15,17 @@ std::string hexUnit(char16_t unit)
 
 std::string withCode(ParseErrorCode code)
 {
-    return "E" + std::to_string(static_cast<std::uint32_t>(code));
+    return concat({"E", std::to_string(static_cast<std::uint32_t>(code))});
 }
 
 }  // namespace
+
+std::string concat(std::initializer_list<std::string_view> parts)
+{
+    std::string joined;
+    for (std::string_view part : parts) joined.append(part);
+    return joined;
+}
 
 std::string describeUnit(char16_t unit)
 {
@@ -38,7 +45,7 @@ std::string describeText(std::u16string_view text)
 
 std::string describePosition(const TextPosition& position)
 {
-    return "@" + std::to_string(position.column) + ":" + std::to_string(position.line);
+    return concat({"@", std::to_string(position.column), ":", std::to_string(position.line)});
 }
 
 std::string describeToken(const Token& token)
@@ -57,22 +64,28 @@ std::string describeToken(const Token& token)
             // The key and the attribute's own prefix and name must agree.
             if (!attribute->prefix.empty()) text += describeText(attribute->prefix) + ":";
             text += describeText(attribute->name);
-            if (attribute->getQualifiedName() != key) text += "[key " + describeText(key) + "]";
-            text += "=\"" + describeText(attribute->value) + "\"";
+            if (attribute->getQualifiedName() != key) {
+                text += concat({"[key ", describeText(key), "]"});
+            }
+            text += concat({"=\"", describeText(attribute->value), "\""});
         }
         if (tag.selfClosing) text += "/";
         return text + ">";
     }
     case TokenType::Doctype: {
         const auto& doctype = static_cast<const DoctypeToken&>(token);
-        std::string text = "<!DOCTYPE " + describeText(doctype.name);
-        if (!doctype.publicId.empty()) text += " public=\"" + describeText(doctype.publicId) + "\"";
-        if (!doctype.systemId.empty()) text += " system=\"" + describeText(doctype.systemId) + "\"";
+        std::string text = concat({"<!DOCTYPE ", describeText(doctype.name)});
+        if (!doctype.publicId.empty()) {
+            text += concat({" public=\"", describeText(doctype.publicId), "\""});
+        }
+        if (!doctype.systemId.empty()) {
+            text += concat({" system=\"", describeText(doctype.systemId), "\""});
+        }
         if (doctype.forceQuirks) text += " quirks";
         return text + ">";
     }
     case TokenType::Comment:
-        return "<!--" + describeText(static_cast<const CommentToken&>(token).data) + "-->";
+        return concat({"<!--", describeText(static_cast<const CommentToken&>(token).data), "-->"});
     }
     return "?";
 }
@@ -93,14 +106,14 @@ void Recorder::reportCharacterError(ParseErrorCode code, char16_t unit,
                                     const TextPosition* position)
 {
     events.push_back(
-        {Event::Kind::Error, withCode(code) + " char '" + describeUnit(unit) + "'", *position});
+        {Event::Kind::Error, concat({withCode(code), " char '", describeUnit(unit), "'"}), *position});
 }
 
 void Recorder::reportTextError(ParseErrorCode code, const UString& text,
                                const TextPosition* position)
 {
     events.push_back(
-        {Event::Kind::Error, withCode(code) + " text \"" + describeText(text) + "\"", *position});
+        {Event::Kind::Error, concat({withCode(code), " text \"", describeText(text), "\""}), *position});
 }
 
 void Recorder::reportPositionError(ParseErrorCode code, const TextPosition* position)
@@ -112,8 +125,8 @@ void Recorder::reportSpanError(ParseErrorCode code, const char16_t* units, std::
                                const TextPosition* position)
 {
     events.push_back({Event::Kind::Error,
-                      withCode(code) + " span \"" + describeText(std::u16string_view(units, count)) +
-                          "\"",
+                      concat({withCode(code), " span \"",
+                              describeText(std::u16string_view(units, count)), "\""}),
                       *position});
 }
 
@@ -122,9 +135,9 @@ Events Recorder::full() const
     Events result;
     for (const Event& event : events) {
         std::string text = event.kind == Event::Kind::Character
-                               ? "'" + describeUnit(event.unit) + "'"
+                               ? concat({"'", describeUnit(event.unit), "'"})
                                : event.text;
-        result.push_back(text + " " + describePosition(event.position));
+        result.push_back(concat({text, " ", describePosition(event.position)}));
     }
     return result;
 }
@@ -135,7 +148,7 @@ Events Recorder::compact() const
     std::u16string run;
     auto flush = [&] {
         if (run.empty()) return;
-        result.push_back("\"" + describeText(run) + "\"");
+        result.push_back(concat({"\"", describeText(run), "\""}));
         run.clear();
     };
     for (const Event& event : events) {
@@ -155,7 +168,7 @@ Events Recorder::errors() const
     Events result;
     for (const Event& event : events) {
         if (event.kind == Event::Kind::Error) {
-            result.push_back(event.text + " " + describePosition(event.position));
+            result.push_back(concat({event.text, " ", describePosition(event.position)}));
         }
     }
     return result;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -16,6 +17,10 @@
 namespace Parsers::Testing {
 
 using Events = std::vector<std::string>;
+
+// The parts joined into one string. Built by appending: GCC 12 warns falsely
+// (-Wrestrict) about a literal added in front of a temporary string.
+std::string concat(std::initializer_list<std::string_view> parts);
 
 // A unit as it appears in the logs: printable ASCII as itself, anything else as
 // \uXXXX.
