@@ -89,6 +89,8 @@ public:
     const UString* namespaceUriCache = nullptr;
     NamespaceId namespaceId = NamespaceId::None;
     AttributeId attributeId = AttributeId::Unknown;
+    std::int32_t reservedFirst = INT_MIN;  // nothing reads the two reserved numbers
+    std::int32_t reservedSecond = INT_MIN;
     std::int32_t imageIndex = -1;
     Element* owner = nullptr;
 };
