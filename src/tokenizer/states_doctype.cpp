@@ -16,14 +16,33 @@ constexpr char16_t kSystemKeyword[] = u"system";
 
 }  // namespace
 
+void Tokenizer::emitDoctypeWithQuirks(ParseErrorCode code)
+{
+    reportPosition(code);
+    currentDoctype->forceQuirks = true;
+    emitDoctypeAndReturnToData();
+}
+
+void Tokenizer::treatDoctypeAsBogus(ParseErrorCode code)
+{
+    reportCharacter(code);
+    currentDoctype->forceQuirks = true;
+    switchTo(TokenizerState::BogusDoctype);
+}
+
+void Tokenizer::openDoctypeIdentifier(const DoctypeIdentifierFamily& family, char16_t quote)
+{
+    ((*currentDoctype).*family.identifier).clear();
+    transitionTo(quote == u'"' ? family.doubleQuoted : family.singleQuoted);
+}
+
 // After "<!DOCTYPE": a missing space is reported and the unit read again as the
 // start of the name.
 void Tokenizer::doctypeState()
 {
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
-        currentDoctype->forceQuirks = true;
-        emitDoctypeAndBack(ParseErrorCode::EofInDoctype);
+        emitDoctypeWithQuirksAndBack(ParseErrorCode::EofInDoctype);
         return;
     }
     if (isTokenizerSpace(c)) {
@@ -41,8 +60,7 @@ void Tokenizer::beforeDoctypeNameState()
 {
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
-        currentDoctype->forceQuirks = true;
-        emitDoctypeAndBack(ParseErrorCode::EofBeforeDoctypeName);
+        emitDoctypeWithQuirksAndBack(ParseErrorCode::EofBeforeDoctypeName);
         return;
     }
     if (isAsciiLetter(c)) {
@@ -62,10 +80,7 @@ void Tokenizer::beforeDoctypeNameState()
     case u' ':
         return;
     case u'>':
-        reportPosition(ParseErrorCode::GreaterThanBeforeDoctypeName);
-        currentDoctype->forceQuirks = true;
-        transitionTo(TokenizerState::Data);
-        emitCurrentDoctype();
+        emitDoctypeWithQuirks(ParseErrorCode::GreaterThanBeforeDoctypeName);
         return;
     default:
         currentDoctype->setFirstCharacter(c);
@@ -78,8 +93,7 @@ void Tokenizer::doctypeNameState()
 {
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
-        currentDoctype->forceQuirks = true;
-        emitDoctypeAndBack(ParseErrorCode::EofInDoctypeName);
+        emitDoctypeWithQuirksAndBack(ParseErrorCode::EofInDoctypeName);
         return;
     }
     if (isAsciiLetter(c)) {
@@ -98,8 +112,7 @@ void Tokenizer::doctypeNameState()
         transitionTo(TokenizerState::AfterDoctypeName);
         return;
     case u'>':
-        transitionTo(TokenizerState::Data);
-        emitCurrentDoctype();
+        emitDoctypeAndReturnToData();
         return;
     default:
         currentDoctype->name.push_back(c);
@@ -125,14 +138,12 @@ void Tokenizer::afterDoctypeNameState()
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
         // No end of input code of its own: the one of the name state is used.
-        currentDoctype->forceQuirks = true;
-        emitDoctypeAndBack(ParseErrorCode::EofInDoctypeName);
+        emitDoctypeWithQuirksAndBack(ParseErrorCode::EofInDoctypeName);
         return;
     }
     if (isTokenizerSpace(c)) return;
     if (c == u'>') {
-        transitionTo(TokenizerState::Data);
-        emitCurrentDoctype();
+        emitDoctypeAndReturnToData();
         return;
     }
     const std::uint32_t unitsAfter = stream->remaining;
@@ -146,19 +157,16 @@ void Tokenizer::afterDoctypeNameState()
         transitionTo(TokenizerState::AfterDoctypeSystemKeyword);
         return;
     }
-    reportCharacter(ParseErrorCode::UnexpectedCharacterAfterDoctypeName);
-    currentDoctype->forceQuirks = true;
-    switchTo(TokenizerState::BogusDoctype);
+    treatDoctypeAsBogus(ParseErrorCode::UnexpectedCharacterAfterDoctypeName);
 }
 
 // A quote right after the keyword is reported but still opens the identifier.
 // Every way out other than an identifier marks the document quirky.
-void Tokenizer::afterDoctypePublicKeywordState()
+void Tokenizer::afterDoctypeKeywordState(const DoctypeIdentifierFamily& family)
 {
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
-        currentDoctype->forceQuirks = true;
-        emitDoctypeAndBack(ParseErrorCode::EofAfterDoctypePublicKeyword);
+        emitDoctypeWithQuirksAndBack(family.endOfInputAfterKeyword);
         return;
     }
     switch (c) {
@@ -166,38 +174,30 @@ void Tokenizer::afterDoctypePublicKeywordState()
     case u'\n':
     case u'\f':  // FORM FEED
     case u' ':
-        transitionTo(TokenizerState::BeforeDoctypePublicIdentifier);
+        transitionTo(family.beforeIdentifier);
         return;
     case u'"':
-        reportPosition(ParseErrorCode::QuotationMarkAfterDoctypePublicKeyword);
-        currentDoctype->publicId.clear();
-        transitionTo(TokenizerState::DoctypePublicIdentifierDoubleQuoted);
+        reportPosition(family.quotationMarkAfterKeyword);
+        openDoctypeIdentifier(family, c);
         return;
     case u'\'':
-        reportPosition(ParseErrorCode::ApostropheAfterDoctypePublicKeyword);
-        currentDoctype->publicId.clear();
-        transitionTo(TokenizerState::DoctypePublicIdentifierSingleQuoted);
+        reportPosition(family.apostropheAfterKeyword);
+        openDoctypeIdentifier(family, c);
         return;
     case u'>':
-        reportPosition(ParseErrorCode::GreaterThanAfterDoctypePublicKeyword);
-        currentDoctype->forceQuirks = true;
-        switchTo(TokenizerState::Data);
-        emitCurrentDoctype();
+        emitDoctypeWithQuirks(family.greaterThanAfterKeyword);
         return;
     default:
-        reportCharacter(ParseErrorCode::UnexpectedCharacterAfterDoctypePublicKeyword);
-        currentDoctype->forceQuirks = true;
-        switchTo(TokenizerState::BogusDoctype);
+        treatDoctypeAsBogus(family.unexpectedAfterKeyword);
         return;
     }
 }
 
-void Tokenizer::beforeDoctypePublicIdentifierState()
+void Tokenizer::beforeDoctypeIdentifierState(const DoctypeIdentifierFamily& family)
 {
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
-        currentDoctype->forceQuirks = true;
-        emitDoctypeAndBack(ParseErrorCode::EofBeforeDoctypePublicIdentifier);
+        emitDoctypeWithQuirksAndBack(family.endOfInputBeforeIdentifier);
         return;
     }
     switch (c) {
@@ -207,54 +207,42 @@ void Tokenizer::beforeDoctypePublicIdentifierState()
     case u' ':
         return;
     case u'"':
-        currentDoctype->publicId.clear();
-        transitionTo(TokenizerState::DoctypePublicIdentifierDoubleQuoted);
-        return;
     case u'\'':
-        currentDoctype->publicId.clear();
-        transitionTo(TokenizerState::DoctypePublicIdentifierSingleQuoted);
+        openDoctypeIdentifier(family, c);
         return;
     case u'>':
-        reportPosition(ParseErrorCode::GreaterThanBeforeDoctypePublicIdentifier);
-        currentDoctype->forceQuirks = true;
-        transitionTo(TokenizerState::Data);
-        emitCurrentDoctype();
+        emitDoctypeWithQuirks(family.greaterThanBeforeIdentifier);
         return;
     default:
-        reportCharacter(ParseErrorCode::UnexpectedCharacterBeforeDoctypePublicIdentifier);
-        currentDoctype->forceQuirks = true;
-        switchTo(TokenizerState::BogusDoctype);
+        treatDoctypeAsBogus(family.unexpectedBeforeIdentifier);
         return;
     }
 }
 
 // Inside a quoted identifier a '>' ends the whole doctype, with quirks; only the
 // matching quote ends the identifier alone.
-void Tokenizer::doctypePublicIdentifierQuotedState(char16_t quote)
+void Tokenizer::doctypeIdentifierQuotedState(const DoctypeIdentifierFamily& family, char16_t quote)
 {
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
-        currentDoctype->forceQuirks = true;
-        emitDoctypeAndBack(ParseErrorCode::EofInDoctypePublicIdentifier);
+        emitDoctypeWithQuirksAndBack(family.endOfInputInIdentifier);
         return;
     }
     if (c == quote) {
-        transitionTo(TokenizerState::AfterDoctypePublicIdentifier);
+        transitionTo(family.afterIdentifier);
         return;
     }
+    UString& identifier = (*currentDoctype).*family.identifier;
     switch (c) {
     case 0:
-        reportPosition(ParseErrorCode::NullInDoctypePublicIdentifier);
-        currentDoctype->publicId.push_back(kReplacementCharacter);
+        reportPosition(family.nullInIdentifier);
+        identifier.push_back(kReplacementCharacter);
         return;
     case u'>':
-        reportPosition(ParseErrorCode::GreaterThanInDoctypePublicIdentifier);
-        currentDoctype->forceQuirks = true;
-        transitionTo(TokenizerState::Data);
-        emitCurrentDoctype();
+        emitDoctypeWithQuirks(family.greaterThanInIdentifier);
         return;
     default:
-        currentDoctype->publicId.push_back(c);
+        identifier.push_back(c);
         return;
     }
 }
@@ -265,8 +253,7 @@ void Tokenizer::afterDoctypePublicIdentifierState()
 {
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
-        currentDoctype->forceQuirks = true;
-        emitDoctypeAndBack(ParseErrorCode::EofAfterDoctypePublicIdentifier);
+        emitDoctypeWithQuirksAndBack(ParseErrorCode::EofAfterDoctypePublicIdentifier);
         return;
     }
     switch (c) {
@@ -278,22 +265,17 @@ void Tokenizer::afterDoctypePublicIdentifierState()
         return;
     case u'"':
         reportPosition(ParseErrorCode::QuotationMarkAfterDoctypePublicIdentifier);
-        currentDoctype->systemId.clear();
-        transitionTo(TokenizerState::DoctypeSystemIdentifierDoubleQuoted);
+        openDoctypeIdentifier(kDoctypeSystemIdentifier, c);
         return;
     case u'\'':
         reportPosition(ParseErrorCode::ApostropheAfterDoctypePublicIdentifier);
-        currentDoctype->systemId.clear();
-        transitionTo(TokenizerState::DoctypeSystemIdentifierSingleQuoted);
+        openDoctypeIdentifier(kDoctypeSystemIdentifier, c);
         return;
     case u'>':
-        transitionTo(TokenizerState::Data);
-        emitCurrentDoctype();
+        emitDoctypeAndReturnToData();
         return;
     default:
-        reportCharacter(ParseErrorCode::UnexpectedCharacterAfterDoctypePublicIdentifier);
-        currentDoctype->forceQuirks = true;
-        switchTo(TokenizerState::BogusDoctype);
+        treatDoctypeAsBogus(ParseErrorCode::UnexpectedCharacterAfterDoctypePublicIdentifier);
         return;
     }
 }
@@ -302,8 +284,7 @@ void Tokenizer::betweenDoctypePublicAndSystemIdentifiersState()
 {
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
-        currentDoctype->forceQuirks = true;
-        emitDoctypeAndBack(ParseErrorCode::EofBetweenDoctypeIdentifiers);
+        emitDoctypeWithQuirksAndBack(ParseErrorCode::EofBetweenDoctypeIdentifiers);
         return;
     }
     switch (c) {
@@ -313,126 +294,14 @@ void Tokenizer::betweenDoctypePublicAndSystemIdentifiersState()
     case u' ':
         return;
     case u'"':
-        currentDoctype->systemId.clear();
-        transitionTo(TokenizerState::DoctypeSystemIdentifierDoubleQuoted);
-        return;
     case u'\'':
-        currentDoctype->systemId.clear();
-        transitionTo(TokenizerState::DoctypeSystemIdentifierSingleQuoted);
+        openDoctypeIdentifier(kDoctypeSystemIdentifier, c);
         return;
     case u'>':
-        transitionTo(TokenizerState::Data);
-        emitCurrentDoctype();
+        emitDoctypeAndReturnToData();
         return;
     default:
-        reportCharacter(ParseErrorCode::UnexpectedCharacterBetweenDoctypeIdentifiers);
-        currentDoctype->forceQuirks = true;
-        switchTo(TokenizerState::BogusDoctype);
-        return;
-    }
-}
-
-// The same rows as after the public keyword, leading to the system identifier.
-void Tokenizer::afterDoctypeSystemKeywordState()
-{
-    const char16_t c = consumeUnit();
-    if (atEndOfInput()) {
-        currentDoctype->forceQuirks = true;
-        emitDoctypeAndBack(ParseErrorCode::EofAfterDoctypeSystemKeyword);
-        return;
-    }
-    switch (c) {
-    case u'\t':
-    case u'\n':
-    case u'\f':  // FORM FEED
-    case u' ':
-        transitionTo(TokenizerState::BeforeDoctypeSystemIdentifier);
-        return;
-    case u'"':
-        reportPosition(ParseErrorCode::QuotationMarkAfterDoctypeSystemKeyword);
-        currentDoctype->systemId.clear();
-        transitionTo(TokenizerState::DoctypeSystemIdentifierDoubleQuoted);
-        return;
-    case u'\'':
-        reportPosition(ParseErrorCode::ApostropheAfterDoctypeSystemKeyword);
-        currentDoctype->systemId.clear();
-        transitionTo(TokenizerState::DoctypeSystemIdentifierSingleQuoted);
-        return;
-    case u'>':
-        reportPosition(ParseErrorCode::GreaterThanAfterDoctypeSystemKeyword);
-        currentDoctype->forceQuirks = true;
-        switchTo(TokenizerState::Data);
-        emitCurrentDoctype();
-        return;
-    default:
-        reportCharacter(ParseErrorCode::UnexpectedCharacterAfterDoctypeSystemKeyword);
-        currentDoctype->forceQuirks = true;
-        switchTo(TokenizerState::BogusDoctype);
-        return;
-    }
-}
-
-void Tokenizer::beforeDoctypeSystemIdentifierState()
-{
-    const char16_t c = consumeUnit();
-    if (atEndOfInput()) {
-        currentDoctype->forceQuirks = true;
-        emitDoctypeAndBack(ParseErrorCode::EofBeforeDoctypeSystemIdentifier);
-        return;
-    }
-    switch (c) {
-    case u'\t':
-    case u'\n':
-    case u'\f':  // FORM FEED
-    case u' ':
-        return;
-    case u'"':
-        currentDoctype->systemId.clear();
-        transitionTo(TokenizerState::DoctypeSystemIdentifierDoubleQuoted);
-        return;
-    case u'\'':
-        currentDoctype->systemId.clear();
-        transitionTo(TokenizerState::DoctypeSystemIdentifierSingleQuoted);
-        return;
-    case u'>':
-        reportPosition(ParseErrorCode::GreaterThanBeforeDoctypeSystemIdentifier);
-        currentDoctype->forceQuirks = true;
-        transitionTo(TokenizerState::Data);
-        emitCurrentDoctype();
-        return;
-    default:
-        reportCharacter(ParseErrorCode::UnexpectedCharacterBeforeDoctypeSystemIdentifier);
-        currentDoctype->forceQuirks = true;
-        switchTo(TokenizerState::BogusDoctype);
-        return;
-    }
-}
-
-void Tokenizer::doctypeSystemIdentifierQuotedState(char16_t quote)
-{
-    const char16_t c = consumeUnit();
-    if (atEndOfInput()) {
-        currentDoctype->forceQuirks = true;
-        emitDoctypeAndBack(ParseErrorCode::EofInDoctypeSystemIdentifier);
-        return;
-    }
-    if (c == quote) {
-        transitionTo(TokenizerState::AfterDoctypeSystemIdentifier);
-        return;
-    }
-    switch (c) {
-    case 0:
-        reportPosition(ParseErrorCode::NullInDoctypeSystemIdentifier);
-        currentDoctype->systemId.push_back(kReplacementCharacter);
-        return;
-    case u'>':
-        reportPosition(ParseErrorCode::GreaterThanInDoctypeSystemIdentifier);
-        currentDoctype->forceQuirks = true;
-        transitionTo(TokenizerState::Data);
-        emitCurrentDoctype();
-        return;
-    default:
-        currentDoctype->systemId.push_back(c);
+        treatDoctypeAsBogus(ParseErrorCode::UnexpectedCharacterBetweenDoctypeIdentifiers);
         return;
     }
 }
@@ -441,8 +310,7 @@ void Tokenizer::afterDoctypeSystemIdentifierState()
 {
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
-        currentDoctype->forceQuirks = true;
-        emitDoctypeAndBack(ParseErrorCode::EofAfterDoctypeSystemIdentifier);
+        emitDoctypeWithQuirksAndBack(ParseErrorCode::EofAfterDoctypeSystemIdentifier);
         return;
     }
     switch (c) {
@@ -452,8 +320,7 @@ void Tokenizer::afterDoctypeSystemIdentifierState()
     case u' ':
         return;
     case u'>':
-        transitionTo(TokenizerState::Data);
-        emitCurrentDoctype();
+        emitDoctypeAndReturnToData();
         return;
     default:
         // Unlike the states before, this one leaves quirks alone.
@@ -469,14 +336,12 @@ void Tokenizer::bogusDoctypeState()
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
         // The one end of input here without a report and without quirks.
-        transitionTo(TokenizerState::Data);
-        emitCurrentDoctype();
+        emitDoctypeAndReturnToData();
         stream->unconsume();
         return;
     }
     if (c == u'>') {
-        transitionTo(TokenizerState::Data);
-        emitCurrentDoctype();
+        emitDoctypeAndReturnToData();
     }
 }
 

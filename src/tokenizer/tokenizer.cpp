@@ -112,25 +112,33 @@ void Tokenizer::step()
     case TokenizerState::BeforeDoctypeName: beforeDoctypeNameState(); return;
     case TokenizerState::DoctypeName: doctypeNameState(); return;
     case TokenizerState::AfterDoctypeName: afterDoctypeNameState(); return;
-    case TokenizerState::AfterDoctypePublicKeyword: afterDoctypePublicKeywordState(); return;
-    case TokenizerState::BeforeDoctypePublicIdentifier: beforeDoctypePublicIdentifierState(); return;
+    case TokenizerState::AfterDoctypePublicKeyword:
+        afterDoctypeKeywordState(kDoctypePublicIdentifier);
+        return;
+    case TokenizerState::BeforeDoctypePublicIdentifier:
+        beforeDoctypeIdentifierState(kDoctypePublicIdentifier);
+        return;
     case TokenizerState::DoctypePublicIdentifierDoubleQuoted:
-        doctypePublicIdentifierQuotedState(u'"');
+        doctypeIdentifierQuotedState(kDoctypePublicIdentifier, u'"');
         return;
     case TokenizerState::DoctypePublicIdentifierSingleQuoted:
-        doctypePublicIdentifierQuotedState(u'\'');
+        doctypeIdentifierQuotedState(kDoctypePublicIdentifier, u'\'');
         return;
     case TokenizerState::AfterDoctypePublicIdentifier: afterDoctypePublicIdentifierState(); return;
     case TokenizerState::BetweenDoctypePublicAndSystemIdentifiers:
         betweenDoctypePublicAndSystemIdentifiersState();
         return;
-    case TokenizerState::AfterDoctypeSystemKeyword: afterDoctypeSystemKeywordState(); return;
-    case TokenizerState::BeforeDoctypeSystemIdentifier: beforeDoctypeSystemIdentifierState(); return;
+    case TokenizerState::AfterDoctypeSystemKeyword:
+        afterDoctypeKeywordState(kDoctypeSystemIdentifier);
+        return;
+    case TokenizerState::BeforeDoctypeSystemIdentifier:
+        beforeDoctypeIdentifierState(kDoctypeSystemIdentifier);
+        return;
     case TokenizerState::DoctypeSystemIdentifierDoubleQuoted:
-        doctypeSystemIdentifierQuotedState(u'"');
+        doctypeIdentifierQuotedState(kDoctypeSystemIdentifier, u'"');
         return;
     case TokenizerState::DoctypeSystemIdentifierSingleQuoted:
-        doctypeSystemIdentifierQuotedState(u'\'');
+        doctypeIdentifierQuotedState(kDoctypeSystemIdentifier, u'\'');
         return;
     case TokenizerState::AfterDoctypeSystemIdentifier: afterDoctypeSystemIdentifierState(); return;
     case TokenizerState::BogusDoctype: bogusDoctypeState(); return;
@@ -220,6 +228,18 @@ void Tokenizer::emitTagAndReturnToData()
     emitCurrentTag();
 }
 
+void Tokenizer::emitCommentAndReturnToData()
+{
+    transitionTo(TokenizerState::Data);
+    emitCurrentComment();
+}
+
+void Tokenizer::emitDoctypeAndReturnToData()
+{
+    transitionTo(TokenizerState::Data);
+    emitCurrentDoctype();
+}
+
 void Tokenizer::backToData(ParseErrorCode code)
 {
     reportPosition(code);
@@ -230,16 +250,15 @@ void Tokenizer::backToData(ParseErrorCode code)
 void Tokenizer::emitCommentAndBack(ParseErrorCode code)
 {
     reportPosition(code);
-    transitionTo(TokenizerState::Data);
-    emitCurrentComment();
+    emitCommentAndReturnToData();
     stream->unconsume();
 }
 
-void Tokenizer::emitDoctypeAndBack(ParseErrorCode code)
+void Tokenizer::emitDoctypeWithQuirksAndBack(ParseErrorCode code)
 {
+    currentDoctype->forceQuirks = true;
     reportPosition(code);
-    transitionTo(TokenizerState::Data);
-    emitCurrentDoctype();
+    emitDoctypeAndReturnToData();
     stream->unconsume();
 }
 

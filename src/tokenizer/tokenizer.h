@@ -129,6 +129,66 @@ inline constexpr TextEndTagFamily kScriptDataEscapedEndTags{
     TokenizerState::ScriptDataEscaped, TokenizerState::ScriptDataEscapedEndTagOpen,
     TokenizerState::ScriptDataEscapedEndTagName, true};
 
+// The public and the system identifier of a doctype are read by the same rules:
+// after the keyword, before the identifier, and inside its quotes. A family
+// names the field that the identifier fills, the states it passes through and
+// the reports of each state.
+struct DoctypeIdentifierFamily {
+    UString DoctypeToken::*identifier;
+    TokenizerState beforeIdentifier;
+    TokenizerState doubleQuoted;
+    TokenizerState singleQuoted;
+    TokenizerState afterIdentifier;
+    ParseErrorCode endOfInputAfterKeyword;
+    ParseErrorCode quotationMarkAfterKeyword;
+    ParseErrorCode apostropheAfterKeyword;
+    ParseErrorCode greaterThanAfterKeyword;
+    ParseErrorCode unexpectedAfterKeyword;
+    ParseErrorCode endOfInputBeforeIdentifier;
+    ParseErrorCode greaterThanBeforeIdentifier;
+    ParseErrorCode unexpectedBeforeIdentifier;
+    ParseErrorCode endOfInputInIdentifier;
+    ParseErrorCode nullInIdentifier;
+    ParseErrorCode greaterThanInIdentifier;
+};
+
+inline constexpr DoctypeIdentifierFamily kDoctypePublicIdentifier{
+    .identifier = &DoctypeToken::publicId,
+    .beforeIdentifier = TokenizerState::BeforeDoctypePublicIdentifier,
+    .doubleQuoted = TokenizerState::DoctypePublicIdentifierDoubleQuoted,
+    .singleQuoted = TokenizerState::DoctypePublicIdentifierSingleQuoted,
+    .afterIdentifier = TokenizerState::AfterDoctypePublicIdentifier,
+    .endOfInputAfterKeyword = ParseErrorCode::EofAfterDoctypePublicKeyword,
+    .quotationMarkAfterKeyword = ParseErrorCode::QuotationMarkAfterDoctypePublicKeyword,
+    .apostropheAfterKeyword = ParseErrorCode::ApostropheAfterDoctypePublicKeyword,
+    .greaterThanAfterKeyword = ParseErrorCode::GreaterThanAfterDoctypePublicKeyword,
+    .unexpectedAfterKeyword = ParseErrorCode::UnexpectedCharacterAfterDoctypePublicKeyword,
+    .endOfInputBeforeIdentifier = ParseErrorCode::EofBeforeDoctypePublicIdentifier,
+    .greaterThanBeforeIdentifier = ParseErrorCode::GreaterThanBeforeDoctypePublicIdentifier,
+    .unexpectedBeforeIdentifier = ParseErrorCode::UnexpectedCharacterBeforeDoctypePublicIdentifier,
+    .endOfInputInIdentifier = ParseErrorCode::EofInDoctypePublicIdentifier,
+    .nullInIdentifier = ParseErrorCode::NullInDoctypePublicIdentifier,
+    .greaterThanInIdentifier = ParseErrorCode::GreaterThanInDoctypePublicIdentifier,
+};
+inline constexpr DoctypeIdentifierFamily kDoctypeSystemIdentifier{
+    .identifier = &DoctypeToken::systemId,
+    .beforeIdentifier = TokenizerState::BeforeDoctypeSystemIdentifier,
+    .doubleQuoted = TokenizerState::DoctypeSystemIdentifierDoubleQuoted,
+    .singleQuoted = TokenizerState::DoctypeSystemIdentifierSingleQuoted,
+    .afterIdentifier = TokenizerState::AfterDoctypeSystemIdentifier,
+    .endOfInputAfterKeyword = ParseErrorCode::EofAfterDoctypeSystemKeyword,
+    .quotationMarkAfterKeyword = ParseErrorCode::QuotationMarkAfterDoctypeSystemKeyword,
+    .apostropheAfterKeyword = ParseErrorCode::ApostropheAfterDoctypeSystemKeyword,
+    .greaterThanAfterKeyword = ParseErrorCode::GreaterThanAfterDoctypeSystemKeyword,
+    .unexpectedAfterKeyword = ParseErrorCode::UnexpectedCharacterAfterDoctypeSystemKeyword,
+    .endOfInputBeforeIdentifier = ParseErrorCode::EofBeforeDoctypeSystemIdentifier,
+    .greaterThanBeforeIdentifier = ParseErrorCode::GreaterThanBeforeDoctypeSystemIdentifier,
+    .unexpectedBeforeIdentifier = ParseErrorCode::UnexpectedCharacterBeforeDoctypeSystemIdentifier,
+    .endOfInputInIdentifier = ParseErrorCode::EofInDoctypeSystemIdentifier,
+    .nullInIdentifier = ParseErrorCode::NullInDoctypeSystemIdentifier,
+    .greaterThanInIdentifier = ParseErrorCode::GreaterThanInDoctypeSystemIdentifier,
+};
+
 // The one question the tokenizer asks the tree stage, for CDATA sections: is
 // there a current node, and in which namespace is it? The tree constructor
 // implements this; without a tree constructor there is no current node.
@@ -215,10 +275,15 @@ private:
     // Report, step back over the last unit, and return to data; a pending tag
     // stays pending.
     void backToData(ParseErrorCode code);
-    // Report, return to data, emit the pending comment or doctype, step back.
+    // Report, return to data, emit the pending comment, step back.
     void emitCommentAndBack(ParseErrorCode code);
-    void emitDoctypeAndBack(ParseErrorCode code);
+    // The same for the pending doctype, which is marked quirky first.
+    void emitDoctypeWithQuirksAndBack(ParseErrorCode code);
+    // Return to data, then emit the pending token: the tree constructor may
+    // change the state while it takes the token.
     void emitTagAndReturnToData();
+    void emitCommentAndReturnToData();
+    void emitDoctypeAndReturnToData();
     void emitEndOfFile();
     // Starts an end tag inside text after "</": the pending tag becomes an end
     // tag that begins here, and the buffer of the name read so far is emptied.
@@ -292,16 +357,20 @@ private:
     void beforeDoctypeNameState();
     void doctypeNameState();
     void afterDoctypeNameState();
-    void afterDoctypePublicKeywordState();
-    void beforeDoctypePublicIdentifierState();
-    void doctypePublicIdentifierQuotedState(char16_t quote);
+    void afterDoctypeKeywordState(const DoctypeIdentifierFamily& family);
+    void beforeDoctypeIdentifierState(const DoctypeIdentifierFamily& family);
+    void doctypeIdentifierQuotedState(const DoctypeIdentifierFamily& family, char16_t quote);
     void afterDoctypePublicIdentifierState();
     void betweenDoctypePublicAndSystemIdentifiersState();
-    void afterDoctypeSystemKeywordState();
-    void beforeDoctypeSystemIdentifierState();
-    void doctypeSystemIdentifierQuotedState(char16_t quote);
     void afterDoctypeSystemIdentifierState();
     void bogusDoctypeState();
+    // Report, mark the doctype quirky, return to data and emit it.
+    void emitDoctypeWithQuirks(ParseErrorCode code);
+    // Report the unit, mark the doctype quirky and skip the rest of it.
+    void treatDoctypeAsBogus(ParseErrorCode code);
+    // The identifier of the family begins empty inside the quotes that `quote`
+    // opens.
+    void openDoctypeIdentifier(const DoctypeIdentifierFamily& family, char16_t quote);
     // The next six units from `current` on, folded, equal the keyword.
     bool currentBeginsKeyword(const char16_t* keyword) const;
 };
