@@ -40,48 +40,44 @@ void Tokenizer::scriptDataLessThanSignState()
 
 // "<!-" and "<!--": each dash is emitted as it is read; anything else falls back
 // to plain script data and is read again there.
-void Tokenizer::scriptDataEscapeStartState()
+void Tokenizer::scriptDataEscapeStartState(TokenizerState afterDash)
 {
     if (consumeUnit() == u'-') {
         emitCharacter(u'-');
-        transitionTo(TokenizerState::ScriptDataEscapeStartDash);
+        transitionTo(afterDash);
         return;
     }
     stream->unconsume();
     transitionTo(TokenizerState::ScriptData);
 }
 
-void Tokenizer::scriptDataEscapeStartDashState()
+void Tokenizer::enterEscapedLessThanSign(const ScriptEscapeFamily& family)
 {
-    if (consumeUnit() == u'-') {
-        emitCharacter(u'-');
-        transitionTo(TokenizerState::ScriptDataEscapedDashDash);
-        return;
-    }
-    stream->unconsume();
-    transitionTo(TokenizerState::ScriptData);
+    if (family.emitsLessThanSign) emitCharacter(u'<');
+    transitionTo(family.lessThanSign);
 }
 
-// Escaped text ("<!--" in a script): '-' and '<' are watched for the end of the
-// escape and for nested tags, everything else is text.
-void Tokenizer::scriptDataEscapedState()
+// Escaped text ("<!--" in a script) and double escaped text: '-' and '<' are
+// watched for the end of the escape and for nested tags, everything else is
+// text.
+void Tokenizer::scriptDataEscapedState(const ScriptEscapeFamily& family)
 {
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
-        backToData(ParseErrorCode::EofInScriptDataEscaped);
+        backToData(family.endOfInputInText);
         return;
     }
     switch (c) {
     case 0:
-        reportPosition(ParseErrorCode::NullInScriptDataEscaped);
+        reportPosition(family.nullInText);
         emitCharacter(kReplacementCharacter);
         return;
     case u'-':
         emitCharacter(u'-');
-        transitionTo(TokenizerState::ScriptDataEscapedDash);
+        transitionTo(family.dash);
         return;
     case u'<':
-        transitionTo(TokenizerState::ScriptDataEscapedLessThanSign);
+        enterEscapedLessThanSign(family);
         return;
     default:
         emitCharacter(c);
@@ -89,52 +85,53 @@ void Tokenizer::scriptDataEscapedState()
     }
 }
 
-void Tokenizer::scriptDataEscapedDashState()
+void Tokenizer::scriptDataEscapedDashState(const ScriptEscapeFamily& family)
 {
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
-        backToData(ParseErrorCode::EofInScriptDataEscapedDash);
+        backToData(family.endOfInputAfterDash);
         return;
     }
     switch (c) {
     case 0:
-        reportPosition(ParseErrorCode::NullInScriptDataEscapedDash);
+        reportPosition(family.nullAfterDash);
         emitCharacter(kReplacementCharacter);
-        transitionTo(TokenizerState::ScriptDataEscaped);
+        transitionTo(family.text);
         return;
     case u'-':
         emitCharacter(u'-');
-        transitionTo(TokenizerState::ScriptDataEscapedDashDash);
+        transitionTo(family.dashDash);
         return;
     case u'<':
-        transitionTo(TokenizerState::ScriptDataEscapedLessThanSign);
+        enterEscapedLessThanSign(family);
         return;
     default:
         emitCharacter(c);
-        transitionTo(TokenizerState::ScriptDataEscaped);
+        transitionTo(family.text);
         return;
     }
 }
 
-// "--" seen: further dashes stay here, and "-->" leaves the escaped text.
-void Tokenizer::scriptDataEscapedDashDashState()
+// "--" seen: further dashes stay here, and "-->" leaves the escaped text for
+// plain script data, from either family.
+void Tokenizer::scriptDataEscapedDashDashState(const ScriptEscapeFamily& family)
 {
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
-        backToData(ParseErrorCode::EofInScriptDataEscapedDashDash);
+        backToData(family.endOfInputAfterDashDash);
         return;
     }
     switch (c) {
     case 0:
-        reportPosition(ParseErrorCode::NullInScriptDataEscapedDashDash);
+        reportPosition(family.nullAfterDashDash);
         emitCharacter(kReplacementCharacter);
-        transitionTo(TokenizerState::ScriptDataEscaped);
+        transitionTo(family.text);
         return;
     case u'-':
         emitCharacter(u'-');
         return;
     case u'<':
-        transitionTo(TokenizerState::ScriptDataEscapedLessThanSign);
+        enterEscapedLessThanSign(family);
         return;
     case u'>':
         emitCharacter(u'>');
@@ -142,7 +139,7 @@ void Tokenizer::scriptDataEscapedDashDashState()
         return;
     default:
         emitCharacter(c);
-        transitionTo(TokenizerState::ScriptDataEscaped);
+        transitionTo(family.text);
         return;
     }
 }
@@ -170,7 +167,8 @@ void Tokenizer::scriptDataEscapedLessThanSignState()
 
 // States 27 and 32: a tag name inside escaped text is read to its end; when it
 // is "script" the text crosses into (or out of) the double escaped part.
-void Tokenizer::scriptDataDoubleEscapeBoundary(TokenizerState ifScript, TokenizerState otherwise)
+void Tokenizer::scriptDataDoubleEscapeBoundaryState(TokenizerState ifScript,
+                                                   TokenizerState otherwise)
 {
     const char16_t c = consumeUnit();
     if (isAsciiLetter(c)) {
@@ -187,99 +185,6 @@ void Tokenizer::scriptDataDoubleEscapeBoundary(TokenizerState ifScript, Tokenize
     transitionTo(otherwise);
 }
 
-void Tokenizer::scriptDataDoubleEscapeStartState()
-{
-    scriptDataDoubleEscapeBoundary(TokenizerState::ScriptDataDoubleEscaped,
-                                   TokenizerState::ScriptDataEscaped);
-}
-
-// Double escaped text (after "<!--<script>"): unlike the escaped states the '<'
-// is emitted at once, since no end tag can be recognised here.
-void Tokenizer::scriptDataDoubleEscapedState()
-{
-    const char16_t c = consumeUnit();
-    if (atEndOfInput()) {
-        backToData(ParseErrorCode::EofInScriptDataDoubleEscaped);
-        return;
-    }
-    switch (c) {
-    case 0:
-        reportPosition(ParseErrorCode::NullInScriptDataDoubleEscaped);
-        emitCharacter(kReplacementCharacter);
-        return;
-    case u'-':
-        emitCharacter(u'-');
-        transitionTo(TokenizerState::ScriptDataDoubleEscapedDash);
-        return;
-    case u'<':
-        emitCharacter(u'<');
-        transitionTo(TokenizerState::ScriptDataDoubleEscapedLessThanSign);
-        return;
-    default:
-        emitCharacter(c);
-        return;
-    }
-}
-
-void Tokenizer::scriptDataDoubleEscapedDashState()
-{
-    const char16_t c = consumeUnit();
-    if (atEndOfInput()) {
-        backToData(ParseErrorCode::EofInScriptDataDoubleEscapedDash);
-        return;
-    }
-    switch (c) {
-    case 0:
-        reportPosition(ParseErrorCode::NullInScriptDataDoubleEscapedDash);
-        emitCharacter(kReplacementCharacter);
-        transitionTo(TokenizerState::ScriptDataDoubleEscaped);
-        return;
-    case u'-':
-        emitCharacter(u'-');
-        transitionTo(TokenizerState::ScriptDataDoubleEscapedDashDash);
-        return;
-    case u'<':
-        emitCharacter(u'<');
-        transitionTo(TokenizerState::ScriptDataDoubleEscapedLessThanSign);
-        return;
-    default:
-        emitCharacter(c);
-        transitionTo(TokenizerState::ScriptDataDoubleEscaped);
-        return;
-    }
-}
-
-void Tokenizer::scriptDataDoubleEscapedDashDashState()
-{
-    const char16_t c = consumeUnit();
-    if (atEndOfInput()) {
-        backToData(ParseErrorCode::EofInScriptDataDoubleEscapedDashDash);
-        return;
-    }
-    switch (c) {
-    case 0:
-        reportPosition(ParseErrorCode::NullInScriptDataDoubleEscapedDashDash);
-        emitCharacter(kReplacementCharacter);
-        transitionTo(TokenizerState::ScriptDataDoubleEscaped);
-        return;
-    case u'-':
-        emitCharacter(u'-');
-        return;
-    case u'<':
-        emitCharacter(u'<');
-        transitionTo(TokenizerState::ScriptDataDoubleEscapedLessThanSign);
-        return;
-    case u'>':
-        emitCharacter(u'>');
-        transitionTo(TokenizerState::ScriptData);
-        return;
-    default:
-        emitCharacter(c);
-        transitionTo(TokenizerState::ScriptDataDoubleEscaped);
-        return;
-    }
-}
-
 // "</" inside double escaped text may begin "</script>", which ends the double
 // escape; the name is collected in the temporary buffer.
 void Tokenizer::scriptDataDoubleEscapedLessThanSignState()
@@ -292,12 +197,6 @@ void Tokenizer::scriptDataDoubleEscapedLessThanSignState()
     }
     stream->unconsume();
     transitionTo(TokenizerState::ScriptDataDoubleEscaped);
-}
-
-void Tokenizer::scriptDataDoubleEscapeEndState()
-{
-    scriptDataDoubleEscapeBoundary(TokenizerState::ScriptDataEscaped,
-                                   TokenizerState::ScriptDataDoubleEscaped);
 }
 
 }  // namespace Parsers

@@ -66,11 +66,17 @@ void Tokenizer::step()
     case TokenizerState::ScriptDataLessThanSign: scriptDataLessThanSignState(); return;
     case TokenizerState::ScriptDataEndTagOpen: textEndTagOpenState(kScriptDataEndTags); return;
     case TokenizerState::ScriptDataEndTagName: textEndTagNameState(kScriptDataEndTags); return;
-    case TokenizerState::ScriptDataEscapeStart: scriptDataEscapeStartState(); return;
-    case TokenizerState::ScriptDataEscapeStartDash: scriptDataEscapeStartDashState(); return;
-    case TokenizerState::ScriptDataEscaped: scriptDataEscapedState(); return;
-    case TokenizerState::ScriptDataEscapedDash: scriptDataEscapedDashState(); return;
-    case TokenizerState::ScriptDataEscapedDashDash: scriptDataEscapedDashDashState(); return;
+    case TokenizerState::ScriptDataEscapeStart:
+        scriptDataEscapeStartState(TokenizerState::ScriptDataEscapeStartDash);
+        return;
+    case TokenizerState::ScriptDataEscapeStartDash:
+        scriptDataEscapeStartState(TokenizerState::ScriptDataEscapedDashDash);
+        return;
+    case TokenizerState::ScriptDataEscaped: scriptDataEscapedState(kScriptDataEscaped); return;
+    case TokenizerState::ScriptDataEscapedDash: scriptDataEscapedDashState(kScriptDataEscaped); return;
+    case TokenizerState::ScriptDataEscapedDashDash:
+        scriptDataEscapedDashDashState(kScriptDataEscaped);
+        return;
     case TokenizerState::ScriptDataEscapedLessThanSign: scriptDataEscapedLessThanSignState(); return;
     case TokenizerState::ScriptDataEscapedEndTagOpen:
         textEndTagOpenState(kScriptDataEscapedEndTags);
@@ -78,16 +84,26 @@ void Tokenizer::step()
     case TokenizerState::ScriptDataEscapedEndTagName:
         textEndTagNameState(kScriptDataEscapedEndTags);
         return;
-    case TokenizerState::ScriptDataDoubleEscapeStart: scriptDataDoubleEscapeStartState(); return;
-    case TokenizerState::ScriptDataDoubleEscaped: scriptDataDoubleEscapedState(); return;
-    case TokenizerState::ScriptDataDoubleEscapedDash: scriptDataDoubleEscapedDashState(); return;
+    case TokenizerState::ScriptDataDoubleEscapeStart:
+        scriptDataDoubleEscapeBoundaryState(TokenizerState::ScriptDataDoubleEscaped,
+                                            TokenizerState::ScriptDataEscaped);
+        return;
+    case TokenizerState::ScriptDataDoubleEscaped:
+        scriptDataEscapedState(kScriptDataDoubleEscaped);
+        return;
+    case TokenizerState::ScriptDataDoubleEscapedDash:
+        scriptDataEscapedDashState(kScriptDataDoubleEscaped);
+        return;
     case TokenizerState::ScriptDataDoubleEscapedDashDash:
-        scriptDataDoubleEscapedDashDashState();
+        scriptDataEscapedDashDashState(kScriptDataDoubleEscaped);
         return;
     case TokenizerState::ScriptDataDoubleEscapedLessThanSign:
         scriptDataDoubleEscapedLessThanSignState();
         return;
-    case TokenizerState::ScriptDataDoubleEscapeEnd: scriptDataDoubleEscapeEndState(); return;
+    case TokenizerState::ScriptDataDoubleEscapeEnd:
+        scriptDataDoubleEscapeBoundaryState(TokenizerState::ScriptDataEscaped,
+                                            TokenizerState::ScriptDataDoubleEscaped);
+        return;
     case TokenizerState::BeforeAttributeName: beforeAttributeNameState(); return;
     case TokenizerState::AttributeName: attributeNameState(); return;
     case TokenizerState::AfterAttributeName: afterAttributeNameState(); return;

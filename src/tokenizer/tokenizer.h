@@ -129,6 +129,52 @@ inline constexpr TextEndTagFamily kScriptDataEscapedEndTags{
     TokenizerState::ScriptDataEscaped, TokenizerState::ScriptDataEscapedEndTagOpen,
     TokenizerState::ScriptDataEscapedEndTagName, true};
 
+// Script text after "<!--" (escaped) and after "<!--<script>" (double escaped)
+// is read by the same three states: in the text, after one dash and after two.
+// The families differ in their states and reports, and in the '<': escaped text
+// holds it back until it is known whether an end tag follows, double escaped
+// text, in which no end tag is recognised, emits it at once.
+struct ScriptEscapeFamily {
+    TokenizerState text;
+    TokenizerState dash;
+    TokenizerState dashDash;
+    TokenizerState lessThanSign;
+    bool emitsLessThanSign;
+    ParseErrorCode endOfInputInText;
+    ParseErrorCode nullInText;
+    ParseErrorCode endOfInputAfterDash;
+    ParseErrorCode nullAfterDash;
+    ParseErrorCode endOfInputAfterDashDash;
+    ParseErrorCode nullAfterDashDash;
+};
+
+inline constexpr ScriptEscapeFamily kScriptDataEscaped{
+    .text = TokenizerState::ScriptDataEscaped,
+    .dash = TokenizerState::ScriptDataEscapedDash,
+    .dashDash = TokenizerState::ScriptDataEscapedDashDash,
+    .lessThanSign = TokenizerState::ScriptDataEscapedLessThanSign,
+    .emitsLessThanSign = false,
+    .endOfInputInText = ParseErrorCode::EofInScriptDataEscaped,
+    .nullInText = ParseErrorCode::NullInScriptDataEscaped,
+    .endOfInputAfterDash = ParseErrorCode::EofInScriptDataEscapedDash,
+    .nullAfterDash = ParseErrorCode::NullInScriptDataEscapedDash,
+    .endOfInputAfterDashDash = ParseErrorCode::EofInScriptDataEscapedDashDash,
+    .nullAfterDashDash = ParseErrorCode::NullInScriptDataEscapedDashDash,
+};
+inline constexpr ScriptEscapeFamily kScriptDataDoubleEscaped{
+    .text = TokenizerState::ScriptDataDoubleEscaped,
+    .dash = TokenizerState::ScriptDataDoubleEscapedDash,
+    .dashDash = TokenizerState::ScriptDataDoubleEscapedDashDash,
+    .lessThanSign = TokenizerState::ScriptDataDoubleEscapedLessThanSign,
+    .emitsLessThanSign = true,
+    .endOfInputInText = ParseErrorCode::EofInScriptDataDoubleEscaped,
+    .nullInText = ParseErrorCode::NullInScriptDataDoubleEscaped,
+    .endOfInputAfterDash = ParseErrorCode::EofInScriptDataDoubleEscapedDash,
+    .nullAfterDash = ParseErrorCode::NullInScriptDataDoubleEscapedDash,
+    .endOfInputAfterDashDash = ParseErrorCode::EofInScriptDataDoubleEscapedDashDash,
+    .nullAfterDashDash = ParseErrorCode::NullInScriptDataDoubleEscapedDashDash,
+};
+
 // The public and the system identifier of a doctype are read by the same rules:
 // after the keyword, before the identifier, and inside its quotes. A family
 // names the field that the identifier fills, the states it passes through and
@@ -312,20 +358,17 @@ private:
 
     // Script data states.
     void scriptDataLessThanSignState();
-    void scriptDataEscapeStartState();
-    void scriptDataEscapeStartDashState();
-    void scriptDataEscapedState();
-    void scriptDataEscapedDashState();
-    void scriptDataEscapedDashDashState();
+    // States 19 and 20 differ only in where a dash leads.
+    void scriptDataEscapeStartState(TokenizerState afterDash);
+    void scriptDataEscapedState(const ScriptEscapeFamily& family);
+    void scriptDataEscapedDashState(const ScriptEscapeFamily& family);
+    void scriptDataEscapedDashDashState(const ScriptEscapeFamily& family);
+    // The '<' of escaped text, held back or emitted as the family does.
+    void enterEscapedLessThanSign(const ScriptEscapeFamily& family);
     void scriptDataEscapedLessThanSignState();
-    void scriptDataDoubleEscapeStartState();
-    void scriptDataDoubleEscapedState();
-    void scriptDataDoubleEscapedDashState();
-    void scriptDataDoubleEscapedDashDashState();
     void scriptDataDoubleEscapedLessThanSignState();
-    void scriptDataDoubleEscapeEndState();
     // States 27 and 32 differ only in where "script" leads.
-    void scriptDataDoubleEscapeBoundary(TokenizerState ifScript, TokenizerState otherwise);
+    void scriptDataDoubleEscapeBoundaryState(TokenizerState ifScript, TokenizerState otherwise);
 
     // Tag and attribute states.
     void tagOpenState();
