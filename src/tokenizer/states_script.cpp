@@ -17,25 +17,18 @@ constexpr char16_t kScriptName[] = u"script";
 
 // '<' inside a script: "</" may end the script, "<!" may open escaped text.
 // Either way the units are text unless an end tag is recognised.
+// The rest is the rows of RCDATA's '<', at the end of input too: the step back
+// over '<' makes it loop.
 void Tokenizer::scriptDataLessThanSignState()
 {
     const char16_t c = consumeUnit();
-    switch (c) {
-    case u'!':
+    if (c == u'!') {
         emitCharacter(u'<');
         emitCharacter(u'!');
         transitionTo(TokenizerState::ScriptDataEscapeStart);
         return;
-    case u'/':
-        beginEndTagInText(TokenizerState::ScriptDataEndTagOpen);
-        return;
-    default:
-        // Also the end of input: the step back over '<' makes it loop.
-        transitionTo(TokenizerState::ScriptData);
-        emitCharacter(u'<');
-        stream->unconsume();
-        return;
     }
+    finishTextLessThanSign(c, kScriptDataEndTags);
 }
 
 // "<!-" and "<!--": each dash is emitted as it is read; anything else falls back
@@ -156,13 +149,7 @@ void Tokenizer::scriptDataEscapedLessThanSignState()
         transitionTo(TokenizerState::ScriptDataDoubleEscapeStart);
         return;
     }
-    if (c == u'/') {
-        beginEndTagInText(TokenizerState::ScriptDataEscapedEndTagOpen);
-        return;
-    }
-    transitionTo(TokenizerState::ScriptDataEscaped);
-    emitCharacter(u'<');
-    stream->unconsume();
+    finishTextLessThanSign(c, kScriptDataEscapedEndTags);
 }
 
 // States 27 and 32: a tag name inside escaped text is read to its end; when it

@@ -53,9 +53,7 @@ void Tokenizer::tagOpenState()
     default:
         // The tag is abandoned but stays pending; the next '<' reuses it.
         reportCharacter(ParseErrorCode::UnexpectedCharacterInTagOpen);
-        transitionTo(TokenizerState::Data);
-        emitCharacter(u'<');
-        stream->unconsume();
+        emitLessThanSignAsText(TokenizerState::Data);
         return;
     }
 }
@@ -65,10 +63,7 @@ void Tokenizer::endTagOpenState()
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
         reportPosition(ParseErrorCode::EofInEndTagOpen);
-        transitionTo(TokenizerState::Data);
-        emitCharacter(u'<');
-        emitCharacter(u'/');
-        stream->unconsume();
+        emitEndTagOpeningAsText(TokenizerState::Data);
         return;
     }
     if (isAsciiLetter(c)) {

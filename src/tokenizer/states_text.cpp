@@ -127,19 +127,21 @@ void Tokenizer::plaintextState()
     emitCharacter(c);
 }
 
+void Tokenizer::finishTextLessThanSign(char16_t c, const TextEndTagFamily& family)
+{
+    if (c == u'/') {
+        beginEndTagInText(family.openState);
+        return;
+    }
+    emitLessThanSignAsText(family.textState);
+}
+
 // "<" inside RCDATA or RAWTEXT. Nothing here tests for the end of input: at the
 // end `current` is 0, which takes the last branch and steps back over the '<',
 // so a text that ends in '<' here comes back to this state for ever.
 void Tokenizer::textLessThanSignState(const TextEndTagFamily& family)
 {
-    const char16_t c = consumeUnit();
-    if (c == u'/') {
-        beginEndTagInText(family.openState);
-        return;
-    }
-    transitionTo(family.textState);
-    emitCharacter(u'<');
-    stream->unconsume();
+    finishTextLessThanSign(consumeUnit(), family);
 }
 
 void Tokenizer::textEndTagOpenState(const TextEndTagFamily& family)
@@ -151,10 +153,7 @@ void Tokenizer::textEndTagOpenState(const TextEndTagFamily& family)
         transitionTo(family.nameState);
         return;
     }
-    transitionTo(family.textState);
-    emitCharacter(u'<');
-    emitCharacter(u'/');
-    stream->unconsume();
+    emitEndTagOpeningAsText(family.textState);
 }
 
 void Tokenizer::textEndTagNameState(const TextEndTagFamily& family)

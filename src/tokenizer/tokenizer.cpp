@@ -278,6 +278,21 @@ void Tokenizer::emitDoctypeWithQuirksAndBack(ParseErrorCode code)
     stream->unconsume();
 }
 
+void Tokenizer::emitLessThanSignAsText(TokenizerState textState)
+{
+    transitionTo(textState);
+    emitCharacter(u'<');
+    stream->unconsume();
+}
+
+void Tokenizer::emitEndTagOpeningAsText(TokenizerState textState)
+{
+    transitionTo(textState);
+    emitCharacter(u'<');
+    emitCharacter(u'/');
+    stream->unconsume();
+}
+
 void Tokenizer::beginEndTagInText(TokenizerState openState)
 {
     temporaryBuffer.clear();

@@ -331,6 +331,10 @@ private:
     void emitCommentAndReturnToData();
     void emitDoctypeAndReturnToData();
     void emitEndOfFile();
+    // A '<', or "</", that opens nothing after all: it goes out as text, and
+    // the unit after it is read again in `textState`.
+    void emitLessThanSignAsText(TokenizerState textState);
+    void emitEndTagOpeningAsText(TokenizerState textState);
     // Starts an end tag inside text after "</": the pending tag becomes an end
     // tag that begins here, and the buffer of the name read so far is emptied.
     void beginEndTagInText(TokenizerState openState);
@@ -352,6 +356,9 @@ private:
     void rawtextState();
     void scriptDataState();
     void plaintextState();
+    // The rows that every less-than state of a text family ends with, for the
+    // unit after the '<': "</" begins an end tag, anything else is text.
+    void finishTextLessThanSign(char16_t c, const TextEndTagFamily& family);
     void textLessThanSignState(const TextEndTagFamily& family);
     void textEndTagOpenState(const TextEndTagFamily& family);
     void textEndTagNameState(const TextEndTagFamily& family);
