@@ -46,23 +46,47 @@ void Tokenizer::characterReferenceInTextState(TokenizerState returnState)
     for (char16_t unit : expansion) emitCharacter(unit);
 }
 
-void Tokenizer::rcdataState()
+// RCDATA, RAWTEXT and script data share one function. Each state passes its
+// rules as a constant of this file, so that the compiler can fold them into a
+// copy of the function for that state: an ordinary unit costs what it would in
+// a function of its own.
+struct TextContentRules {
+    ParseErrorCode nullInText;
+    TokenizerState lessThanSign;
+    bool expandsReferences;  // only RCDATA reads character references
+};
+
+namespace {
+
+constexpr TextContentRules kRcdataContent{
+    ParseErrorCode::NullInRcdata, TokenizerState::RcdataLessThanSign, true};
+constexpr TextContentRules kRawtextContent{
+    ParseErrorCode::NullInRawtext, TokenizerState::RawtextLessThanSign, false};
+constexpr TextContentRules kScriptDataContent{
+    ParseErrorCode::NullInScriptData, TokenizerState::ScriptDataLessThanSign, false};
+
+}  // namespace
+
+void Tokenizer::textContentState(const TextContentRules& rules)
 {
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
         emitEndOfFile();
         return;
     }
-    switch (c) {
-    case 0:
-        reportPosition(ParseErrorCode::NullInRcdata);
-        emitCharacter(u'\uFFFD');
-        return;
-    case u'&':
+    // Tested apart from the switch, so that where it is off no test of '&' is
+    // left in the copy at all.
+    if (rules.expandsReferences && c == u'&') {
         transitionTo(TokenizerState::CharacterReferenceInRcdata);
         return;
+    }
+    switch (c) {
+    case 0:
+        reportPosition(rules.nullInText);
+        emitCharacter(u'\uFFFD');
+        return;
     case u'<':
-        transitionTo(TokenizerState::RcdataLessThanSign);
+        transitionTo(rules.lessThanSign);
         return;
     default:
         emitCharacter(c);
@@ -70,47 +94,9 @@ void Tokenizer::rcdataState()
     }
 }
 
-void Tokenizer::rawtextState()
-{
-    const char16_t c = consumeUnit();
-    if (atEndOfInput()) {
-        emitEndOfFile();
-        return;
-    }
-    switch (c) {
-    case 0:
-        reportPosition(ParseErrorCode::NullInRawtext);
-        emitCharacter(u'\uFFFD');
-        return;
-    case u'<':
-        transitionTo(TokenizerState::RawtextLessThanSign);
-        return;
-    default:
-        emitCharacter(c);
-        return;
-    }
-}
-
-void Tokenizer::scriptDataState()
-{
-    const char16_t c = consumeUnit();
-    if (atEndOfInput()) {
-        emitEndOfFile();
-        return;
-    }
-    switch (c) {
-    case 0:
-        reportPosition(ParseErrorCode::NullInScriptData);
-        emitCharacter(u'\uFFFD');
-        return;
-    case u'<':
-        transitionTo(TokenizerState::ScriptDataLessThanSign);
-        return;
-    default:
-        emitCharacter(c);
-        return;
-    }
-}
+void Tokenizer::rcdataState() { textContentState(kRcdataContent); }
+void Tokenizer::rawtextState() { textContentState(kRawtextContent); }
+void Tokenizer::scriptDataState() { textContentState(kScriptDataContent); }
 
 void Tokenizer::plaintextState()
 {

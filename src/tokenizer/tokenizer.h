@@ -19,6 +19,7 @@ namespace Parsers {
 
 struct SourceBuffer;
 struct NamedReference;
+struct TextContentRules;
 
 // The states, in the order of their numbers. The tree constructor stores these
 // values too (RCDATA, RAWTEXT, script data, PLAINTEXT).
@@ -352,6 +353,7 @@ private:
     // Text content states.
     void dataState();
     void characterReferenceInTextState(TokenizerState returnState);
+    void textContentState(const TextContentRules& rules);
     void rcdataState();
     void rawtextState();
     void scriptDataState();
