@@ -6,6 +6,7 @@
 #include "tokenizer/tokenizer.h"
 
 #include <optional>
+#include <string_view>
 
 namespace Parsers {
 
@@ -83,6 +84,16 @@ void Tokenizer::markupDeclarationOpenState()
     transitionTo(TokenizerState::BogusComment);
 }
 
+// The dashes (and the '!') held back at the end of a comment were text after
+// all: they go into the data before the unit, and the comment goes on.
+void Tokenizer::resumeComment(std::u16string_view heldBack, char16_t unit)
+{
+    UString& data = currentComment->data;
+    data.append(heldBack);
+    data.push_back(unit);
+    transitionTo(TokenizerState::Comment);
+}
+
 void Tokenizer::commentStartState()
 {
     const char16_t c = consumeUnit();
@@ -93,20 +104,17 @@ void Tokenizer::commentStartState()
     switch (c) {
     case 0:
         reportPosition(ParseErrorCode::NullInCommentStart);
-        currentComment->data.push_back(kReplacementCharacter);
-        transitionTo(TokenizerState::Comment);
+        resumeComment(u"", kReplacementCharacter);
         return;
     case u'-':
         transitionTo(TokenizerState::CommentStartDash);
         return;
     case u'>':
         reportPosition(ParseErrorCode::GreaterThanInCommentStart);
-        transitionTo(TokenizerState::Data);
-        emitCurrentComment();
+        emitCommentAndReturnToData();
         return;
     default:
-        currentComment->data.push_back(c);
-        transitionTo(TokenizerState::Comment);
+        resumeComment(u"", c);
         return;
     }
 }
@@ -149,17 +157,13 @@ void Tokenizer::commentEndDashState()
     switch (c) {
     case 0:
         reportPosition(ParseErrorCode::NullInCommentEndDash);
-        currentComment->data.push_back(u'-');
-        currentComment->data.push_back(kReplacementCharacter);
-        transitionTo(TokenizerState::Comment);
+        resumeComment(u"-", kReplacementCharacter);
         return;
     case u'-':
         transitionTo(TokenizerState::CommentEnd);
         return;
     default:
-        currentComment->data.push_back(u'-');
-        currentComment->data.push_back(c);
-        transitionTo(TokenizerState::Comment);
+        resumeComment(u"-", c);
         return;
     }
 }
@@ -171,13 +175,10 @@ void Tokenizer::commentEndState()
         emitCommentAndBack(ParseErrorCode::EofInCommentEnd);
         return;
     }
-    UString& data = currentComment->data;
     switch (c) {
     case 0:
         reportPosition(ParseErrorCode::NullInCommentEnd);
-        data.append(u"--");
-        data.push_back(kReplacementCharacter);
-        transitionTo(TokenizerState::Comment);
+        resumeComment(u"--", kReplacementCharacter);
         return;
     case u'!':
         reportPosition(ParseErrorCode::ExclamationMarkInCommentEnd);
@@ -185,17 +186,14 @@ void Tokenizer::commentEndState()
         return;
     case u'-':
         reportPosition(ParseErrorCode::HyphenMinusInCommentEnd);
-        data.push_back(u'-');
+        currentComment->data.push_back(u'-');
         return;
     case u'>':
-        transitionTo(TokenizerState::Data);
-        emitCurrentComment();
+        emitCommentAndReturnToData();
         return;
     default:
         reportCharacter(ParseErrorCode::UnexpectedCharacterInCommentEnd);
-        data.append(u"--");
-        data.push_back(c);
-        transitionTo(TokenizerState::Comment);
+        resumeComment(u"--", c);
         return;
     }
 }
@@ -207,26 +205,20 @@ void Tokenizer::commentEndBangState()
         emitCommentAndBack(ParseErrorCode::EofInCommentEndBang);
         return;
     }
-    UString& data = currentComment->data;
     switch (c) {
     case 0:
         reportPosition(ParseErrorCode::NullInCommentEndBang);
-        data.append(u"--!");
-        data.push_back(kReplacementCharacter);
-        transitionTo(TokenizerState::Comment);
+        resumeComment(u"--!", kReplacementCharacter);
         return;
     case u'-':
-        data.append(u"--!");
+        currentComment->data.append(u"--!");
         transitionTo(TokenizerState::CommentEndDash);
         return;
     case u'>':
-        transitionTo(TokenizerState::Data);
-        emitCurrentComment();
+        emitCommentAndReturnToData();
         return;
     default:
-        data.append(u"--!");
-        data.push_back(c);
-        transitionTo(TokenizerState::Comment);
+        resumeComment(u"--!", c);
         return;
     }
 }

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "library/shared_types.h"
@@ -403,6 +404,7 @@ private:
     void commentEndState();
     void commentEndBangState();
     void cdataSectionState();
+    void resumeComment(std::u16string_view heldBack, char16_t unit);
 
     // Doctype states.
     void doctypeState();
