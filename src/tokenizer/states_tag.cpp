@@ -130,15 +130,13 @@ void Tokenizer::beforeAttributeNameState()
         return;
     }
     if (isAsciiLetter(c)) {
-        beginAttribute(nameUnit(c));
-        transitionTo(TokenizerState::AttributeName);
+        beginAttributeName(nameUnit(c));
         return;
     }
     switch (c) {
     case 0:
         reportPosition(ParseErrorCode::NullInBeforeAttributeName);
-        beginAttribute(kReplacementCharacter);
-        transitionTo(TokenizerState::AttributeName);
+        beginAttributeName(kReplacementCharacter);
         return;
     case u'\t':
     case u'\n':
@@ -150,8 +148,7 @@ void Tokenizer::beforeAttributeNameState()
     case u'<':
     case u'=':
         reportCharacter(ParseErrorCode::UnexpectedCharacterInBeforeAttributeName);
-        beginAttribute(c);
-        transitionTo(TokenizerState::AttributeName);
+        beginAttributeName(c);
         return;
     case u'/':
         transitionTo(TokenizerState::SelfClosingStartTag);
@@ -160,8 +157,7 @@ void Tokenizer::beforeAttributeNameState()
         emitTagAndReturnToData();
         return;
     default:
-        beginAttribute(c);
-        transitionTo(TokenizerState::AttributeName);
+        beginAttributeName(c);
         return;
     }
 }
@@ -174,9 +170,7 @@ void Tokenizer::attributeNameState()
     if (atEndOfInput()) {
         // This state has no end of input code of its own and borrows the one of
         // the state before.
-        reportPosition(ParseErrorCode::EofInBeforeAttributeName);
-        stream->unconsume();
-        transitionTo(TokenizerState::Data);
+        backToData(ParseErrorCode::EofInBeforeAttributeName);
         finishAttribute();
         return;
     }
@@ -193,8 +187,7 @@ void Tokenizer::attributeNameState()
     case u'\n':
     case u'\f':  // FORM FEED
     case u' ':
-        transitionTo(TokenizerState::AfterAttributeName);
-        finishAttribute();
+        leaveAttributeName(TokenizerState::AfterAttributeName);
         return;
     case u'"':
     case u'\'':
@@ -203,8 +196,7 @@ void Tokenizer::attributeNameState()
         currentTag->currentAttribute->name.push_back(c);
         return;
     case u'/':
-        transitionTo(TokenizerState::SelfClosingStartTag);
-        finishAttribute();
+        leaveAttributeName(TokenizerState::SelfClosingStartTag);
         return;
     case u':': {
         // The name so far becomes the prefix; setName clears the cached id.
@@ -214,12 +206,10 @@ void Tokenizer::attributeNameState()
         return;
     }
     case u'=':
-        transitionTo(TokenizerState::BeforeAttributeValue);
-        finishAttribute();
+        leaveAttributeName(TokenizerState::BeforeAttributeValue);
         return;
     case u'>':
-        transitionTo(TokenizerState::Data);
-        finishAttribute();
+        leaveAttributeName(TokenizerState::Data);
         emitCurrentTag();
         return;
     default:
@@ -239,20 +229,16 @@ void Tokenizer::afterAttributeNameState()
 {
     const char16_t c = consumeUnit();
     if (atEndOfInput()) {
-        reportPosition(ParseErrorCode::EofInAfterAttributeName);
-        stream->unconsume();
-        transitionTo(TokenizerState::Data);
+        backToData(ParseErrorCode::EofInAfterAttributeName);
     } else if (isAsciiLetter(c)) {
-        beginAttribute(nameUnit(c));
-        transitionTo(TokenizerState::AttributeName);
+        beginAttributeName(nameUnit(c));
     }
 
     const char16_t now = stream->current;
     switch (now) {
     case 0:
         reportPosition(ParseErrorCode::NullInAfterAttributeName);
-        beginAttribute(kReplacementCharacter);
-        switchTo(TokenizerState::AttributeName);
+        beginAttributeName(kReplacementCharacter);
         return;
     case u'\t':
     case u'\n':
@@ -263,8 +249,7 @@ void Tokenizer::afterAttributeNameState()
     case u'\'':
     case u'<':
         reportCharacter(ParseErrorCode::UnexpectedCharacterInAfterAttributeName);
-        beginAttribute(now);
-        switchTo(TokenizerState::AttributeName);
+        beginAttributeName(now);
         return;
     case u'/':
         transitionTo(TokenizerState::SelfClosingStartTag);
@@ -276,8 +261,7 @@ void Tokenizer::afterAttributeNameState()
         emitTagAndReturnToData();
         return;
     default:
-        beginAttribute(nameUnit(now));
-        switchTo(TokenizerState::AttributeName);
+        beginAttributeName(nameUnit(now));
         return;
     }
 }

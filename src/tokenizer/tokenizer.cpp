@@ -312,9 +312,16 @@ char16_t Tokenizer::nameUnit(char16_t unit) const
     return parseMode == kCaseFoldingMode ? toAsciiLower(unit) : unit;
 }
 
-void Tokenizer::beginAttribute(char16_t unit)
+void Tokenizer::beginAttributeName(char16_t unit)
 {
     currentTag->beginAttribute(unit, stream->position);
+    transitionTo(TokenizerState::AttributeName);
+}
+
+void Tokenizer::leaveAttributeName(TokenizerState newState)
+{
+    transitionTo(newState);
+    finishAttribute();
 }
 
 void Tokenizer::finishAttribute()

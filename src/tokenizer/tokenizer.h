@@ -345,7 +345,11 @@ private:
     // A letter as it enters a tag or attribute name: folded in the case folding
     // mode, as written otherwise.
     char16_t nameUnit(char16_t unit) const;
-    void beginAttribute(char16_t unit);
+    // A new attribute whose name begins with `unit`, read on in the attribute
+    // name state.
+    void beginAttributeName(char16_t unit);
+    // The attribute is entered into the tag after the change of state.
+    void leaveAttributeName(TokenizerState newState);
     void finishAttribute();
     void reportPosition(ParseErrorCode code);
     void reportCharacter(ParseErrorCode code);
