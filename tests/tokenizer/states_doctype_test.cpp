@@ -149,6 +149,16 @@ TEST_F(DoctypeStates, EmptyIdentifiersCannotBeToldFromAbsentOnes)
     EXPECT_FALSE(doctype.forceQuirks);
 }
 
+TEST_F(DoctypeStates, SpacesBeforeEitherIdentifierArePassedOver)
+{
+    // The keyword takes the first space with it; the next one leads to the state
+    // before the identifier (or between the two), which passes over the rest.
+    EXPECT_EQ(tokenize(u"<!DOCTYPE a PUBLIC \t\n \"p\"  \n 's'>"),
+              (Events{"<!DOCTYPE a public=\"p\" system=\"s\">", "EOF"}));
+    EXPECT_EQ(tokenize(u"<!DOCTYPE a SYSTEM   \f 's'>"),
+              (Events{"<!DOCTYPE a system=\"s\">", "EOF"}));
+}
+
 TEST_F(DoctypeStates, EndOfInputInTheIdentifierStates)
 {
     EXPECT_EQ(tokenize(u"<!DOCTYPE a PUBLIC  "),

@@ -142,6 +142,12 @@ TEST_F(TagStates, SelfClosingTag)
     EXPECT_EQ(tokenize(u"<a/b>"), (Events{"E50 char 'b'", "<a b=\"\">", "EOF"}));
 }
 
+TEST_F(TagStates, SelfClosingAfterASpace)
+{
+    // The slash is read by the state before an attribute name.
+    EXPECT_EQ(tokenize(u"<br /><a b=\"1\" />"), (Events{"<br/>", "<a b=\"1\"/>", "EOF"}));
+}
+
 TEST_F(TagStates, BeforeAttributeNameReports)
 {
     EXPECT_EQ(tokenize(std::u16string(u"<a \0>", 5)), (Events{"E30", "<a \\uFFFD=\"\">", "EOF"}));
