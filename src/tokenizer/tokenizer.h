@@ -358,6 +358,8 @@ private:
     // Text content states.
     void dataState();
     void characterReferenceInTextState(TokenizerState returnState);
+    // RCDATA, RAWTEXT and script data; each of the three states below calls it
+    // with its own rules.
     void textContentState(const TextContentRules& rules);
     void rcdataState();
     void rawtextState();
@@ -407,8 +409,9 @@ private:
     void commentEndDashState();
     void commentEndState();
     void commentEndBangState();
-    void cdataSectionState();
+    // Back in the comment, with the held back text and the unit added to it.
     void resumeComment(std::u16string_view heldBack, char16_t unit);
+    void cdataSectionState();
 
     // Doctype states.
     void doctypeState();
