@@ -53,13 +53,33 @@ TagId tagOf(const NodeRef& entry)
     return entry ? static_cast<Element&>(*entry).getTagId() : TagId::Unknown;
 }
 
+bool isTableEntry(const NodeRef& entry)
+{
+    return tagOf(entry) == TagId::Table;
+}
+
 }  // namespace
+
+void TreeConstructor::updateCaches()
+{
+    if (openElements.empty()) {
+        currentNode.reset();
+        currentTable.reset();
+        return;
+    }
+    currentNode = openElements.back();
+    if (tablePositions.empty()) {
+        currentTable.reset();
+    } else {
+        currentTable = openElements[tablePositions.back()];
+    }
+}
 
 void TreeConstructor::pushOpenElement(NodeRef element)
 {
-    if (element && tagOf(element) == TagId::Table) currentTable = element;
-    currentNode = element;
+    if (isTableEntry(element)) tablePositions.push_back(openElements.size());
     openElements.push_back(std::move(element));
+    updateCaches();
 }
 
 NodeRef TreeConstructor::popOpenElement()
@@ -67,13 +87,10 @@ NodeRef TreeConstructor::popOpenElement()
     if (openElements.empty()) return nullptr;
     NodeRef popped = std::move(openElements.back());
     openElements.pop_back();
-    if (popped == currentTable) refreshCurrentTable();
-    if (openElements.empty()) {
-        currentNode.reset();
-        currentTable.reset();
-    } else {
-        currentNode = openElements.back();
+    if (!tablePositions.empty() && tablePositions.back() == openElements.size()) {
+        tablePositions.pop_back();
     }
+    updateCaches();
     return popped;
 }
 
@@ -91,7 +108,8 @@ void TreeConstructor::popToDepth(std::size_t count)
 {
     if (count > openElements.size()) return;
     openElements.resize(count);
-    refreshCaches();
+    while (!tablePositions.empty() && tablePositions.back() >= count) tablePositions.pop_back();
+    updateCaches();
 }
 
 void TreeConstructor::removeOpenElement(const Node* element)
@@ -106,37 +124,42 @@ void TreeConstructor::removeOpenElement(const Node* element)
 
 void TreeConstructor::insertIntoOpenElements(std::size_t position, NodeRef element)
 {
+    // The entries from the position on move up by one; so do their tables.
+    std::size_t firstMoved = tablePositions.size();
+    for (std::size_t i = 0; i < tablePositions.size(); ++i) {
+        if (tablePositions[i] >= position) {
+            if (firstMoved == tablePositions.size()) firstMoved = i;
+            ++tablePositions[i];
+        }
+    }
+    if (isTableEntry(element)) {
+        tablePositions.insert(tablePositions.begin() + static_cast<std::ptrdiff_t>(firstMoved),
+                              position);
+    }
     openElements.insert(openElements.begin() + static_cast<std::ptrdiff_t>(position),
                         std::move(element));
-    refreshCaches();
+    updateCaches();
 }
 
 void TreeConstructor::eraseOpenElement(std::size_t position)
 {
     openElements.erase(openElements.begin() + static_cast<std::ptrdiff_t>(position));
-    refreshCaches();
+    std::vector<std::size_t> kept;
+    for (std::size_t tablePosition : tablePositions) {
+        if (tablePosition == position) continue;
+        kept.push_back(tablePosition > position ? tablePosition - 1 : tablePosition);
+    }
+    tablePositions = std::move(kept);
+    updateCaches();
 }
 
 void TreeConstructor::refreshCurrentTable()
 {
-    currentTable.reset();
-    for (std::size_t position = openElements.size(); position-- > 0;) {
-        if (tagOf(openElements[position]) == TagId::Table) {
-            currentTable = openElements[position];
-            return;
-        }
+    tablePositions.clear();
+    for (std::size_t position = 0; position < openElements.size(); ++position) {
+        if (isTableEntry(openElements[position])) tablePositions.push_back(position);
     }
-}
-
-void TreeConstructor::refreshCaches()
-{
-    if (openElements.empty()) {
-        currentNode.reset();
-        currentTable.reset();
-        return;
-    }
-    currentNode = openElements.back();
-    refreshCurrentTable();
+    updateCaches();
 }
 
 std::ptrdiff_t TreeConstructor::findOpenElement(const Node* element) const

@@ -114,8 +114,8 @@ public:
     void removeOpenElement(const Node* element);
     void insertIntoOpenElements(std::size_t position, NodeRef element);
     void eraseOpenElement(std::size_t position);
+    // Searches the whole stack again for the table nearest the top.
     void refreshCurrentTable();
-    void refreshCaches();
     // Position of the element on the stack, searched from the top; -1 when it
     // is not there.
     std::ptrdiff_t findOpenElement(const Node* element) const;
@@ -189,6 +189,10 @@ public:
     ActiveFormattingList activeFormatting;
     NodeRef currentNode;
     NodeRef currentTable;
+    // Positions of the table elements on the stack, lowest first: with it the
+    // nearest table is known after every change without a walk of the stack,
+    // which would make a deep document quadratic.
+    std::vector<std::size_t> tablePositions;
     NodeRef headElement;
     NodeRef formElement;
     UString pendingTableCharacters;
@@ -205,6 +209,8 @@ private:
     {
         return static_cast<Element&>(*openElements[position]);
     }
+    // Sets both caches from the top of the stack and the table positions.
+    void updateCaches();
 
     // Acknowledges a self-closing flag, if the tag has one.
     static void acknowledgeSelfClosing(TagToken& tag);

@@ -132,6 +132,43 @@ TEST_F(OpenElementStackTest, InsertAndEraseAtAPositionKeepTheCaches)
     EXPECT_EQ(tree().findOpenElement(tree().currentNode.get()), 1);
 }
 
+TEST_F(OpenElementStackTest, NearestTableFollowsInsertsAndErasesBelowIt)
+{
+    push(u"html");
+    auto lower = push(u"table");
+    push(u"div");
+    auto upper = push(u"table");
+    push(u"span");
+    auto middle = makeElement(u"table");
+    tree().insertIntoOpenElements(3, middle);
+    EXPECT_EQ(stack(), "html table div table table span");
+    EXPECT_EQ(tree().currentTable, upper);
+    tree().eraseOpenElement(4);
+    EXPECT_EQ(tree().currentTable, middle);
+    tree().insertIntoOpenElements(0, makeElement(u"p"));
+    EXPECT_EQ(stack(), "p html table div table span");
+    EXPECT_EQ(tree().currentTable, middle);
+    tree().removeOpenElement(middle.get());
+    EXPECT_EQ(tree().currentTable, lower);
+    tree().popUntilTag(TagId::Div);
+    EXPECT_EQ(tree().currentTable, lower);
+    tree().popOpenElement();
+    EXPECT_EQ(tree().currentTable, nullptr);
+    EXPECT_EQ(stack(), "p html");
+}
+
+TEST_F(OpenElementStackTest, RefreshFindsTheTableNearestTheTop)
+{
+    pushAll({u"html", u"table", u"td"});
+    auto table = tree().openElements[1];
+    tree().refreshCurrentTable();
+    EXPECT_EQ(tree().currentTable, table);
+    tree().openElements.push_back(makeElement(u"table"));
+    tree().refreshCurrentTable();
+    EXPECT_EQ(tree().currentTable, tree().openElements[3]);
+    EXPECT_EQ(tree().currentNode, tree().openElements[3]);
+}
+
 TEST_F(OpenElementStackTest, ClearToTheTableContextsStopsAtTheirTags)
 {
     pushAll({u"html", u"table", u"tbody", u"tr", u"td", u"p"});
