@@ -27,6 +27,12 @@ struct DoctypeCase {
     int quirks;
 };
 
+void PrintTo(const DoctypeCase& c, std::ostream* out)
+{
+    *out << "name=" << Testing::escapeText(c.name) << " public=" << Testing::escapeText(c.publicId)
+         << " system=" << Testing::escapeText(c.systemId) << (c.forceQuirks ? " forced" : "");
+}
+
 class DoctypeRule : public ::testing::TestWithParam<DoctypeCase> {};
 
 TEST_P(DoctypeRule, ReportsAndSetsQuirks)
