@@ -20,6 +20,8 @@ std::size_t regionStart(const std::vector<NodeRef>& entries)
 
 }  // namespace
 
+// At most three equal elements stand behind the last marker: a fourth pushes
+// out the oldest of them, and the others keep their order.
 void ActiveFormattingList::pushElement(NodeRef element)
 {
     const std::size_t start = regionStart(entries);
@@ -40,6 +42,7 @@ void ActiveFormattingList::pushMarker()
     entries.push_back(std::make_shared<MarkerElement>());
 }
 
+// By tag id only: any element of the tag will do, the newest first.
 NodeRef ActiveFormattingList::findAfterLastMarker(TagId tag) const
 {
     for (std::size_t position = entries.size(); position-- > 0;) {
@@ -60,6 +63,8 @@ void ActiveFormattingList::removeElement(const Node* element)
     }
 }
 
+// The replacement takes the old entry's place, so the order of the list
+// stays as it was.
 std::size_t ActiveFormattingList::replaceElement(const Node* element, NodeRef replacement)
 {
     for (std::size_t position = 0; position < entries.size(); ++position) {
@@ -71,6 +76,7 @@ std::size_t ActiveFormattingList::replaceElement(const Node* element, NodeRef re
     return entries.size();
 }
 
+// Used when a cell, caption or object closes: its formatting goes with it.
 void ActiveFormattingList::clearToLastMarker()
 {
     while (!entries.empty()) {

@@ -19,6 +19,8 @@ NodeRef TreeConstructor::insertHtmlElement(const TokenRef& token, bool foster)
 {
     NodeRef element = createElementForToken(token, NamespaceId::Html);
     if (!element) return nullptr;
+    // The first head made becomes the head element; the before head rule sets
+    // it again for its own head start tag.
     if (!headElement && static_cast<Element&>(*element).getTagId() == TagId::Head) {
         headElement = element;
     }
@@ -90,6 +92,7 @@ void TreeConstructor::insertCharacter(Node* node, char16_t unit, bool foster)
     }
 }
 
+// Comments are never foster parented: they go where the rule says.
 void TreeConstructor::insertComment(Node* parent, const TokenRef& token)
 {
     const auto& comment = static_cast<const CommentToken&>(*token);
@@ -106,6 +109,8 @@ void TreeConstructor::createHtmlRoot()
     insertionMode = InsertionMode::BeforeHead;
 }
 
+// The element whose content the tokenizer reads as text until its end tag;
+// the text mode remembers where to go back to.
 void TreeConstructor::insertTextModeElement(const TokenRef& token, TokenizerState state,
                                             bool foster)
 {
@@ -145,6 +150,8 @@ void TreeConstructor::mergeAttributes(const TokenRef& token, Element& element)
     if (token->type != TokenType::StartTag) return;
     const TagToken& tag = asTag(token);
     if (tag.attributes.empty()) return;
+    // The attributes are shared with the token, as those of an element made
+    // from it are, and now belong to the element.
     if (element.attributes.empty()) {
         element.attributes = tag.attributes;
         for (const auto& entry : element.attributes) entry.second->owner = &element;
@@ -164,6 +171,8 @@ void TreeConstructor::resetInsertionMode()
         insertionMode = InsertionMode::InBody;
         return;
     }
+    // The walk knows no select, colgroup, head, frameset or html, and treats the
+    // bottom entry as any other.
     for (std::size_t position = openElements.size(); position-- > 0;) {
         switch (openElement(position).getTagId()) {
         case TagId::Body: insertionMode = InsertionMode::InBody; return;

@@ -48,6 +48,8 @@ bool stopsScope(TagId tag, ScopeKind kind)
     return false;
 }
 
+// The tag of a stack entry. An entry may be empty for a moment: the after head
+// rules push the head element without a test that it is set.
 TagId tagOf(const NodeRef& entry)
 {
     return entry ? static_cast<Element&>(*entry).getTagId() : TagId::Unknown;
@@ -106,12 +108,15 @@ void TreeConstructor::popUntilTag(TagId tag)
 
 void TreeConstructor::popToDepth(std::size_t count)
 {
+    // A depth above the size asks for nothing to go.
     if (count > openElements.size()) return;
     openElements.resize(count);
     while (!tablePositions.empty() && tablePositions.back() >= count) tablePositions.pop_back();
     updateCaches();
 }
 
+// By identity, from the bottom: two open elements of one name are different
+// entries.
 void TreeConstructor::removeOpenElement(const Node* element)
 {
     for (std::size_t position = 0; position < openElements.size(); ++position) {
@@ -153,6 +158,8 @@ void TreeConstructor::eraseOpenElement(std::size_t position)
     updateCaches();
 }
 
+// The slow way, kept for callers that changed the stack by hand: every table
+// position is found again.
 void TreeConstructor::refreshCurrentTable()
 {
     tablePositions.clear();
@@ -224,6 +231,7 @@ void TreeConstructor::popThroughFirstHeading()
     }
 }
 
+// A row past the table stops nothing.
 bool TreeConstructor::isScopeBarrier(TagId tag, std::uint32_t row)
 {
     if (row >= kBarrierRowCount) return false;
@@ -248,6 +256,8 @@ bool TreeConstructor::hasElementInScope(TagId tag, ScopeKind kind)
     return true;
 }
 
+// The exception is compared with the element's name as text, in its own case,
+// so under case preserving parsing a P is no exception for p.
 void TreeConstructor::generateImpliedEndTags(const UString& exception)
 {
     // The bottom entry is never popped here.

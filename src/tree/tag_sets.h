@@ -43,6 +43,8 @@ constexpr bool isImpliedEndTag(TagId tag)
 }
 
 // Elements that may stay open at the end of the input without a report.
+// optgroup, option, rp and rt are not among them, though implied end tags
+// close them.
 constexpr bool mayStayOpenAtEndOfFile(TagId tag)
 {
     switch (tag) {
@@ -64,6 +66,7 @@ constexpr bool mayStayOpenAtEndOfFile(TagId tag)
     }
 }
 
+// h1 to h6: headings close each other by any of the six names.
 constexpr bool isHeading(TagId tag)
 {
     switch (tag) {
@@ -100,7 +103,8 @@ constexpr bool isSvgHtmlIntegrationTag(TagId tag)
     return tag == TagId::Desc || tag == TagId::ForeignObject || tag == TagId::Title;
 }
 
-// Start tags that leave foreign content under case folding parsing.
+// Start tags that leave foreign content under case folding parsing. Under case
+// preserving parsing no name leaves it: every element there is foreign.
 constexpr bool isForeignBreakout(TagId tag)
 {
     switch (tag) {
