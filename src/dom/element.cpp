@@ -235,7 +235,8 @@ NodeRef createElementFromToken(const TagTokenRef& startTag, NamespaceId namespac
     } else {
         element = std::make_shared<Element>(startTag);
     }
-    element->namespaceId = documentKind == 1 ? namespaceId : NamespaceId::None;
+    // Case preserving parsing (kind 2) gives elements from tags no namespace.
+    element->namespaceId = documentKind == 2 ? NamespaceId::None : namespaceId;
     return element;
 }
 

@@ -90,8 +90,8 @@ public:
 bool isSameFormatting(const Element& a, const Element& b);
 
 // Makes the element for a start tag: a TableCellElement for td and th, an
-// Element otherwise; null for any other token. Its namespace is the given one
-// under documentKind 1 and None under documentKind 2.
+// Element otherwise; null for any other token. Its namespace is None under
+// documentKind 2 and the given one under any other kind.
 NodeRef createElementFromToken(const TagTokenRef& startTag, NamespaceId namespaceId,
                                std::int32_t documentKind);
 

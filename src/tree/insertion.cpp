@@ -9,10 +9,8 @@ namespace Parsers {
 NodeRef TreeConstructor::createElementForToken(const TokenRef& token, NamespaceId namespaceId)
 {
     if (token->type != TokenType::StartTag) return nullptr;
-    // Case preserving parsing gives every element from a token no namespace;
-    // every other kind keeps the namespace the rule asks for.
-    const std::int32_t kind = documentKind == 2 ? 2 : 1;
-    return createElementFromToken(std::static_pointer_cast<TagToken>(token), namespaceId, kind);
+    return createElementFromToken(std::static_pointer_cast<TagToken>(token), namespaceId,
+                                  static_cast<std::int32_t>(documentKind));
 }
 
 NodeRef TreeConstructor::insertHtmlElement(const TokenRef& token, bool foster)

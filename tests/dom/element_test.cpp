@@ -268,6 +268,10 @@ TEST(ElementCreation, CellsAndOtherElements)
     NodeRef div = createElementFromToken(makeStartTag(u"div"), NamespaceId::Html, 2);
     EXPECT_EQ(dynamic_cast<TableCellElement*>(div.get()), nullptr);
     EXPECT_EQ(div->namespaceId, NamespaceId::None);
+
+    // Only case preserving parsing drops the namespace.
+    NodeRef other = createElementFromToken(makeStartTag(u"div"), NamespaceId::MathMl, 3);
+    EXPECT_EQ(other->namespaceId, NamespaceId::MathMl);
 }
 
 TEST(ElementCreation, OnlyStartTagsMakeElements)
