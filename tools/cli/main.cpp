@@ -21,6 +21,11 @@
 #include "domparse_reader.h"
 #include "format.h"
 
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#endif
+
 namespace Parsers::Cli {
 
 namespace {
@@ -348,6 +353,12 @@ int runTool(int argc, char** argv)
 // The tool writes through C++ streams only, so they need no sync with stdio.
 int main(int argc, char** argv)
 {
+#if defined(_WIN32)
+    // Windows opens standard input and output in text mode, which would turn
+    // line feeds into CR LF in a raw image and end input at a Ctrl-Z byte.
+    _setmode(_fileno(stdin), _O_BINARY);
+    _setmode(_fileno(stdout), _O_BINARY);
+#endif
     std::ios::sync_with_stdio(false);
     return Parsers::Cli::runTool(argc, argv);
 }
