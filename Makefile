@@ -29,18 +29,23 @@ clean:
 	rm -rf $(BUILD)
 
 # The Windows build: domparse.dll, domparse.exe and the test programs, cross-
-# built with mingw-w64 into $(WIN_BUILD); `make test-windows` runs every
-# Windows suite under Wine. Both first install what is missing (mingw-w64,
-# Wine) as root, or say what to install.
+# built with mingw-w64 into $(WIN_BUILD). `make test-windows` also builds the
+# Linux library with the image comparison's programs into $(LINUX_BUILD), and
+# runs every Windows suite under Wine, then the image comparison. Both first
+# install what is missing (mingw-w64, Wine) as root, or say what to install.
 WIN_BUILD ?= build-win
+LINUX_BUILD ?= $(BUILD)
 WINDOWS_TOOLCHAIN = cmake/mingw-w64-x86_64.cmake
 
 setup-windows:
 	@bash scripts/setup-windows.sh
 
 windows: setup-windows
-	cmake -S . -B $(WIN_BUILD) -DCMAKE_TOOLCHAIN_FILE=$(WINDOWS_TOOLCHAIN) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE)
+	cmake -S . -B $(WIN_BUILD) -DCMAKE_TOOLCHAIN_FILE=$(WINDOWS_TOOLCHAIN) \
+	  -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DDOMPARSE_LINUX_BUILD_DIR=$(abspath $(LINUX_BUILD))
 	cmake --build $(WIN_BUILD) -j $(JOBS)
 
-test-windows: windows
+test-windows: setup windows
+	cmake -S . -B $(LINUX_BUILD) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE)
+	cmake --build $(LINUX_BUILD) -j $(JOBS) --target domparse domparse_image_dump domparse_compare
 	ctest --test-dir $(WIN_BUILD) --output-on-failure -j $(JOBS)

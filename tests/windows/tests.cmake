@@ -134,3 +134,28 @@ target_compile_definitions(windows_tests PRIVATE
 add_dependencies(windows_tests domparse_cli)
 add_test(NAME windows_tests COMMAND windows_tests --gtest_brief=1 WORKING_DIRECTORY ${PROJECT_BINARY_DIR})
 set_tests_properties(windows_tests PROPERTIES TIMEOUT 600 LABELS windows)
+
+# The image comparison: every end-to-end case and every corpus document parsed
+# by the Linux libdomparse.so and by domparse.dll under Wine, with result codes
+# and images compared byte for byte (tools/compare). The Linux side comes from
+# the Linux build folder given here; `make test-windows` builds it there.
+set(DOMPARSE_LINUX_BUILD_DIR "" CACHE PATH
+  "Linux build folder holding domparse_compare and domparse_image_dump for the image comparison")
+if(DOMPARSE_LINUX_BUILD_DIR)
+  add_test(NAME linux_windows_images
+    COMMAND ${DOMPARSE_LINUX_BUILD_DIR}/domparse_compare
+      --linux-dump ${DOMPARSE_LINUX_BUILD_DIR}/domparse_image_dump
+      --windows-dump $<TARGET_FILE:domparse_image_dump>
+      --runner ${PROJECT_SOURCE_DIR}/cmake/wine-run.sh
+      --wine-prefix ${PROJECT_BINARY_DIR}/wine-prefix
+      --cases ${PROJECT_SOURCE_DIR}/tests/e2e/cases
+      --corpus ${PROJECT_SOURCE_DIR}/../shared/corpus
+      --work ${PROJECT_BINARY_DIR}/compare
+    WORKING_DIRECTORY ${PROJECT_BINARY_DIR})
+else()
+  # Without a Linux build there is nothing to compare with: the test says so
+  # and fails.
+  add_test(NAME linux_windows_images
+    COMMAND sh -c "echo 'the image comparison needs a Linux build: configure with -DDOMPARSE_LINUX_BUILD_DIR=FOLDER, or run make test-windows'; exit 1")
+endif()
+set_tests_properties(linux_windows_images PROPERTIES TIMEOUT 1800 LABELS windows)
