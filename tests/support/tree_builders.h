@@ -18,12 +18,12 @@ struct AttributeSpec {
     std::u16string prefix = u"";
 };
 
-inline AttributeRef makeAttribute(const AttributeSpec& spec)
+inline AttributeRef makeAttribute(const AttributeSpec& wanted)
 {
-    auto attribute = std::make_shared<Attribute>(spec.name.empty() ? u'?' : spec.name[0], TextPosition{});
-    attribute->name = spec.name;
-    attribute->value = spec.value;
-    attribute->prefix = spec.prefix;
+    auto attribute = std::make_shared<Attribute>(wanted.name.empty() ? u'?' : wanted.name[0], TextPosition{});
+    attribute->name = wanted.name;
+    attribute->value = wanted.value;
+    attribute->prefix = wanted.prefix;
     return attribute;
 }
 
@@ -36,8 +36,8 @@ inline TagTokenRef makeStartTag(const std::u16string& name,
     auto token = std::make_shared<TagToken>(TokenType::StartTag);
     token->name = name;
     token->prefix = prefix;
-    for (const AttributeSpec& spec : attributes) {
-        AttributeRef attribute = makeAttribute(spec);
+    for (const AttributeSpec& wanted : attributes) {
+        AttributeRef attribute = makeAttribute(wanted);
         token->attributes.emplace(attribute->getQualifiedName(), attribute);
     }
     return token;
