@@ -3,13 +3,29 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "domparse.h"
+#include "library/shared_types.h"
 
 namespace Parsers {
+
+class ErrorListener;
 
 // Everything DOM_Parse does; see domparse.h for the contract.
 std::uint32_t parseToImage(void* input, std::uint32_t size, HGLOBAL* imageHandleOut,
                            DOM_ParseRecord* record);
+
+// The same call with case folding parsing (parse mode 1, documentKind 1) from
+// the input stage to the tree, and no tidying: the image keeps html, head and
+// body. The same record check, the same three handlers and the same result
+// codes as DOM_Parse. Internal only: the shared library does not export it.
+std::uint32_t parseToImageCaseFolding(void* input, std::uint32_t size, HGLOBAL* imageHandleOut,
+                                      DOM_ParseRecord* record);
+// The same, with `listener` attached to the parse, so that a caller inside the
+// project sees every report.
+std::uint32_t parseToImageCaseFolding(void* input, std::uint32_t size, HGLOBAL* imageHandleOut,
+                                      DOM_ParseRecord* record,
+                                      std::shared_ptr<ErrorListener> listener);
 
 }  // namespace Parsers

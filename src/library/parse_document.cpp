@@ -37,9 +37,15 @@ void liftBodyContent(Document& document)
 Document* parseDocument(SourceBuffer& source, void* input, std::uint32_t size,
                         std::uint32_t /*reserved*/, bool isUtf16)
 {
+    return parseDocumentInMode(source, input, size, isUtf16, kCasePreservingMode);
+}
+
+Document* parseDocumentInMode(SourceBuffer& source, void* input, std::uint32_t size,
+                              bool isUtf16, std::uint32_t parseMode)
+{
     source.rawBytes = static_cast<std::uint8_t*>(input);
     source.rawSize = size;
-    source.parseMode = 2;
+    source.parseMode = parseMode;
     if (isUtf16) {
         source.encodingFixed = 1;
         source.codePage = 1200;

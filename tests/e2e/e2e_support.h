@@ -9,6 +9,7 @@
 
 #include "domparse.h"
 #include "domparse_reader.h"
+#include "support/image_tree_text.h"
 
 namespace E2e {
 
@@ -31,19 +32,10 @@ struct Outcome {
 Outcome parse(const std::vector<std::uint8_t>& input, std::uint32_t inputKind,
               std::uint16_t recordVersion = 2, bool describe = true);
 
-// One line per node in document order, "| " and two spaces per level:
-//   <name>  <prefix:name>  followed by " {uri}" when the image has a namespace URI
-//     name="value"  prefix:name="value"  an attribute, one level deeper; " {uri}"
-//   "text"  a text; <!-- data -->  a comment
-// Texts are escaped: \n \t \\ \" and \uXXXX for every unit outside 0x20-0x7E.
-// Lines starting with "!!" report an inconsistency of the image itself (a tag id
-// that does not name the element, declarations that differ from the
-// namespace declarations among the attributes).
-std::string treeText(const DOMImage* image);
-
-std::string escapeUnits(const std::u16string& units);
-
-// UTF-8 text to UTF-16 little-endian bytes (for input kind 1).
-std::vector<std::uint8_t> utf16Bytes(std::string_view utf8);
+// The tree text, its escapes and the UTF-16 bytes of a text: shared with the
+// other suites that read images (support/image_tree_text.h).
+using ImageTreeText::escapeUnits;
+using ImageTreeText::treeText;
+using ImageTreeText::utf16Bytes;
 
 }  // namespace E2e

@@ -3,7 +3,9 @@
 //
 // The tool goes through the shared library exactly as any host does: a record,
 // a writable copy of the input with padding behind it, and a global memory
-// block that it frees itself.
+// block that it frees itself. Case folding parsing (--mode 1) has no exported
+// entry: for it the tool calls the internal entry of the static core, which
+// takes the same record and hands back the same kind of block.
 
 #include <cerrno>
 #include <chrono>
@@ -20,6 +22,7 @@
 #include "domparse.h"
 #include "domparse_reader.h"
 #include "format.h"
+#include "library/dom_parse.h"
 
 #if defined(_WIN32)
 #include <fcntl.h>
@@ -47,8 +50,13 @@ enum class OutputFormat {
     Image,
 };
 
+// The parse mode: 2 is what DOM_Parse runs, 1 case folding parsing.
+constexpr std::uint32_t kCaseFoldingMode = 1;
+constexpr std::uint32_t kCasePreservingMode = 2;
+
 struct Options {
     OutputFormat format = OutputFormat::Tree;
+    std::uint32_t mode = kCasePreservingMode;
     bool utf16 = false;
     std::optional<std::string> outputFile;
     std::vector<std::string> files;
@@ -64,6 +72,9 @@ const char kHelp[] =
     "\n"
     "options:\n"
     "  --format NAME  tree (default), json, stats or image\n"
+    "  --mode N       2 (default): parse with DOM_Parse, case preserving;\n"
+    "                 1: case folding parsing through the library's internal\n"
+    "                 entry, with html, head and body kept in the tree\n"
     "  --utf16        the input is UTF-16 little-endian text (input kind 1);\n"
     "                 otherwise the library finds out the encoding of the bytes\n"
     "  -o FILE        write the output to FILE instead of standard output\n"
@@ -133,6 +144,21 @@ int parseArguments(int argc, char** argv, Options& options)
             options.version = true;
         } else if (argument == "--utf16") {
             options.utf16 = true;
+        } else if (argument == "--mode" || argument.rfind("--mode=", 0) == 0) {
+            std::string value;
+            if (argument == "--mode") {
+                if (++at == argc) return usageError("--mode needs 1 or 2");
+                value = argv[at];
+            } else {
+                value = argument.substr(7);
+            }
+            if (value == "1") {
+                options.mode = kCaseFoldingMode;
+            } else if (value == "2") {
+                options.mode = kCasePreservingMode;
+            } else {
+                return usageError("unknown mode '" + value + "'");
+            }
         } else if (argument == "--format" || argument.rfind("--format=", 0) == 0) {
             std::string name;
             if (argument == "--format") {
@@ -259,7 +285,10 @@ private:
         // Only the library's call is timed: reading and printing are the tool's.
         const auto start = std::chrono::steady_clock::now();
         const std::uint32_t result =
-            DOM_Parse(input.data(), static_cast<std::uint32_t>(size), block.place(), &record);
+            options.mode == kCaseFoldingMode
+                ? parseToImageCaseFolding(input.data(), static_cast<std::uint32_t>(size),
+                                          block.place(), &record)
+                : DOM_Parse(input.data(), static_cast<std::uint32_t>(size), block.place(), &record);
         const auto stop = std::chrono::steady_clock::now();
         if (result != DOM_RESULT_OK) {
             // The handle is only the caller's on success: nothing to free.
