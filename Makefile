@@ -49,3 +49,35 @@ test-windows: setup windows
 	cmake -S . -B $(LINUX_BUILD) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE)
 	cmake --build $(LINUX_BUILD) -j $(JOBS) --target domparse domparse_image_dump domparse_compare
 	ctest --test-dir $(WIN_BUILD) --output-on-failure -j $(JOBS)
+
+# The benchmark (bench/): DOM_Parse side by side with gumbo and libxml2's HTML
+# parser over a corpus folder, the stages of a parse on their own, scaling,
+# deep nesting, a large document and memory. It is built in a folder of its
+# own, with the peers' packages that scripts/setup-bench.sh installs as root
+# (or says what to install), so that the library's build never needs them.
+# `make bench CORPUS=DIR BENCH_ARGS="--seconds 5"` changes the inputs and the
+# time per measurement; `make bench-smoke` runs everything once on the two
+# small documents of bench/smoke. `make bench-images` checks that the images
+# of the corpus are byte for byte those of bench/corpus_image_hashes.txt.
+BENCH_BUILD ?= build-bench
+CORPUS ?= ../shared/corpus
+BENCH_ARGS ?=
+
+.PHONY: bench bench-smoke bench-build bench-images setup-bench
+
+setup-bench: setup
+	@bash scripts/setup-bench.sh
+
+bench-build: setup-bench
+	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DDOMPARSE_BUILD_BENCH=ON \
+	  -DDOMPARSE_BUILD_TESTS=OFF
+	cmake --build $(BENCH_BUILD) -j $(JOBS) --target domparse_bench domparse_image_hashes
+
+bench: bench-build
+	./$(BENCH_BUILD)/domparse_bench --corpus $(CORPUS) $(BENCH_ARGS)
+
+bench-smoke: bench-build
+	./$(BENCH_BUILD)/domparse_bench --smoke --corpus bench/smoke
+
+bench-images: bench-build
+	./$(BENCH_BUILD)/domparse_image_hashes --corpus $(CORPUS) --check bench/corpus_image_hashes.txt
