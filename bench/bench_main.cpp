@@ -415,9 +415,10 @@ void measureDeepNesting(const Sizes& sizes, Results& results)
     auto libxml2 = makeLibxml2Parser();
     auto gumbo = makeGumboParser();
     std::vector<Parser*> parsers{domparse.get(), libxml2.get(), gumbo.get()};
-    // A peer whose shallower run took longer than this is not run deeper: a
-    // quadratic parse would take a hundred times as long.
-    constexpr double kDeeperLimitSeconds = 2.0;
+    // A parser that took longer than this per element is not run deeper: its
+    // time grows faster than the depth (gumbo's memory grows with its square,
+    // and at 100,000 it runs for about a minute into the address space limit).
+    constexpr double kDeeperLimitSecondsPerElement = 10e-6;
     // The deepest element is found by one more parse, unless a parse is this slow.
     constexpr double kDepthWalkLimitSeconds = 2.0;
     Table table({"parser", "elements", "input", "time (s, median)", "s per 100,000", "runs",
@@ -443,8 +444,9 @@ void measureDeepNesting(const Sizes& sizes, Results& results)
                 continue;
             }
             double seconds = outcome.values[0];
-            if (seconds > kDeeperLimitSeconds) {
-                skipReason = "not run: " + fixed(seconds) + " s at the depth before";
+            double perElement = seconds / static_cast<double>(depth);
+            if (perElement > kDeeperLimitSecondsPerElement) {
+                skipReason = "not run: " + fixed(perElement * 1e6, 0) + " us per element at " + elements;
             }
             double deepest = outcome.values[3];
             table.addRow({parser->name(), elements, input, fixed(seconds, 3),

@@ -218,4 +218,125 @@ constexpr bool isInHeadPassingEndTag(TagId tag)
     return tag == TagId::Body || tag == TagId::Br || tag == TagId::Html;
 }
 
+// ---------------------------------------------------------------- tables
+
+// The sections of a table body: what the in table body mode closes.
+constexpr bool isTableSection(TagId tag)
+{
+    return tag == TagId::Tbody || tag == TagId::Tfoot || tag == TagId::Thead;
+}
+
+constexpr bool isTableCell(TagId tag)
+{
+    return tag == TagId::Td || tag == TagId::Th;
+}
+
+// Start tags of the table's own structure. An open caption or cell is closed
+// for them, and they are then handled again.
+constexpr bool isTableStructureStartTag(TagId tag)
+{
+    switch (tag) {
+    case TagId::Caption:
+    case TagId::Col:
+    case TagId::Colgroup:
+    case TagId::Tbody:
+    case TagId::Td:
+    case TagId::Tfoot:
+    case TagId::Th:
+    case TagId::Thead:
+    case TagId::Tr:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Start tags that close the open row before they are handled again: the
+// structure above a row, and a new row.
+constexpr bool isRowEndingStartTag(TagId tag)
+{
+    switch (tag) {
+    case TagId::Caption:
+    case TagId::Col:
+    case TagId::Colgroup:
+    case TagId::Tr:
+        return true;
+    default:
+        return isTableSection(tag);
+    }
+}
+
+// Start tags that close the open table section before they are handled again.
+constexpr bool isSectionEndingStartTag(TagId tag)
+{
+    return tag != TagId::Tr && isRowEndingStartTag(tag);
+}
+
+// End tags that close the open cell first and are then handled again.
+constexpr bool isCellEndingEndTag(TagId tag)
+{
+    return tag == TagId::Table || tag == TagId::Tr || isTableSection(tag);
+}
+
+// The end tags that each table mode drops. The sets grow from the cell outward:
+// a mode drops the end tags of the structure it lies within and of the parts
+// it does not hold open. The in cell mode reports them.
+constexpr bool isIgnoredEndTagInCell(TagId tag)
+{
+    switch (tag) {
+    case TagId::Body:
+    case TagId::Caption:
+    case TagId::Col:
+    case TagId::Colgroup:
+    case TagId::Html:
+        return true;
+    default:
+        return false;
+    }
+}
+constexpr bool isIgnoredEndTagInRow(TagId tag)
+{
+    return isIgnoredEndTagInCell(tag) || isTableCell(tag);
+}
+constexpr bool isIgnoredEndTagInTableBody(TagId tag)
+{
+    return isIgnoredEndTagInRow(tag) || tag == TagId::Tr;
+}
+// The in table mode drops these silently.
+constexpr bool isIgnoredEndTagInTable(TagId tag)
+{
+    return isIgnoredEndTagInTableBody(tag) || isTableSection(tag);
+}
+// The in caption mode: all of the in table set but caption itself.
+constexpr bool isIgnoredEndTagInCaption(TagId tag)
+{
+    return tag != TagId::Caption && isIgnoredEndTagInTable(tag);
+}
+
+// Tags of the table that close a select inside it, as start and as end tags.
+constexpr bool isSelectEndingTableTag(TagId tag)
+{
+    switch (tag) {
+    case TagId::Caption:
+    case TagId::Table:
+    case TagId::Tbody:
+    case TagId::Td:
+    case TagId::Tfoot:
+    case TagId::Th:
+    case TagId::Thead:
+    case TagId::Tr:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// The space of pending table text: tab, line feed, form feed, carriage return
+// and space. 0x0B is no space here, though the tree constructor's whitespace
+// counts it.
+constexpr bool isTableTextSpace(char16_t unit)
+{
+    return unit == u'\t' || unit == u'\n' || unit == u'\f' || unit == u'\r' || unit == u' ';
+}
+
 }  // namespace Parsers

@@ -3,6 +3,8 @@
 // the insertion mode.
 #include "tree/tree_constructor.h"
 
+#include <stdexcept>
+
 #include "library/source_buffer.h"
 #include "tree/tag_sets.h"
 
@@ -127,6 +129,7 @@ bool TreeConstructor::isHtmlIntegrationPoint(Element& element)
 
 void TreeConstructor::dispatchToken(const TokenRef& token, bool foster)
 {
+    DispatchDepth depth(*this);
     switch (insertionMode) {
     case InsertionMode::Initial: handleInitial(token); return;
     case InsertionMode::BeforeHtml: handleBeforeHtml(token); return;
@@ -136,12 +139,22 @@ void TreeConstructor::dispatchToken(const TokenRef& token, bool foster)
     case InsertionMode::AfterHead: handleAfterHead(token); return;
     case InsertionMode::InBody: handleInBody(token, foster); return;
     case InsertionMode::Text: handleText(token); return;
-    default:
-        // FIXME: the table, select, frameset and after modes are not built yet;
-        // until they are, a token in one of them has no effect, as a mode value
-        // past the last one has none.
-        return;
+    case InsertionMode::InTable: handleInTable(token); return;
+    case InsertionMode::InTableText: handleInTableText(token); return;
+    case InsertionMode::InCaption: handleInCaption(token); return;
+    case InsertionMode::InColumnGroup: handleInColumnGroup(token); return;
+    case InsertionMode::InTableBody: handleInTableBody(token); return;
+    case InsertionMode::InRow: handleInRow(token); return;
+    case InsertionMode::InCell: handleInCell(token); return;
+    case InsertionMode::InSelect: handleInSelect(token); return;
+    case InsertionMode::InSelectInTable: handleInSelectInTable(token); return;
+    case InsertionMode::AfterBody: handleAfterBody(token); return;
+    case InsertionMode::InFrameset: handleInFrameset(token); return;
+    case InsertionMode::AfterFrameset: handleAfterFrameset(token); return;
+    case InsertionMode::AfterAfterBody: handleAfterAfterBody(token); return;
+    case InsertionMode::AfterAfterFrameset: handleAfterAfterFrameset(token); return;
     }
+    // A mode value past the last one has no rules: the token has no effect.
 }
 
 void TreeConstructor::dispatchCharacter(char16_t unit, const TextPosition* position,
@@ -187,12 +200,85 @@ void TreeConstructor::dispatchCharacter(char16_t unit, const TextPosition* posit
         case InsertionMode::Text:
             appendCharacter(unit, currentNode.get());
             return;
-        default:
-            // FIXME: the units of the table, select, frameset and after modes
-            // come with those modes; until then they are dropped.
+        case InsertionMode::InTable:
+        case InsertionMode::InTableBody:
+        case InsertionMode::InRow:
+            // Whatever the current node: the unit waits in the run of table
+            // text.
+            beginTableText();
+            continue;
+        case InsertionMode::InTableText:
+            collectTableCharacter(unit, position);
+            return;
+        case InsertionMode::InCaption:
+        case InsertionMode::InCell:
+            handleInBodyCharacter(unit, position, false);
+            return;
+        case InsertionMode::InColumnGroup:
+            if (isWhitespaceUnit(unit)) {
+                appendCharacter(unit, currentNode.get());
+                return;
+            }
+            dispatchToken(makeSyntheticTag(TokenType::EndTag, TagId::Colgroup, *position), false);
+            continue;
+        case InsertionMode::InSelect:
+        case InsertionMode::InSelectInTable:
+            handleInSelectCharacter(unit, position);
+            return;
+        case InsertionMode::AfterBody:
+            if (isWhitespaceUnit(unit)) {
+                handleInBodyCharacter(unit, position, false);
+                return;
+            }
+            reportCharacter(ParseErrorCode::UnexpectedTokenAfterBody, unit, position);
+            insertionMode = InsertionMode::InBody;
+            continue;
+        case InsertionMode::InFrameset:
+            if (isWhitespaceUnit(unit)) {
+                appendCharacter(unit, currentNode.get());
+                return;
+            }
+            reportCharacter(ParseErrorCode::UnexpectedTokenInFrameset, unit, position);
+            return;
+        case InsertionMode::AfterFrameset:
+            if (isWhitespaceUnit(unit)) {
+                appendCharacter(unit, currentNode.get());
+                return;
+            }
+            reportCharacter(ParseErrorCode::UnexpectedTokenAfterFrameset, unit, position);
+            return;
+        case InsertionMode::AfterAfterBody:
+            if (isWhitespaceUnit(unit)) {
+                handleInBodyCharacter(unit, position, false);
+                return;
+            }
+            reportCharacter(ParseErrorCode::UnexpectedTokenAfterAfterBody, unit, position);
+            insertionMode = InsertionMode::InBody;
+            continue;
+        case InsertionMode::AfterAfterFrameset:
+            if (isWhitespaceUnit(unit)) {
+                handleInBodyCharacter(unit, position, false);
+                return;
+            }
+            reportCharacter(ParseErrorCode::UnexpectedTokenAfterAfterFrameset, unit, position);
             return;
         }
+        // A mode value past the last one has no rules: the unit is dropped.
+        return;
     }
+}
+
+TreeConstructor::DispatchDepth::DispatchDepth(TreeConstructor& owner) : tree(owner)
+{
+    if (tree.dispatchDepth == kMaxDispatchDepth) {
+        throw std::length_error("tokens dispatched again without end");
+    }
+    ++tree.dispatchDepth;
+}
+
+TreeConstructor::DispatchDepth::~DispatchDepth()
+{
+    --tree.dispatchDepth;
 }
 
 TagTokenRef TreeConstructor::makeSyntheticTag(TokenType type, TagId tag, TextPosition position)

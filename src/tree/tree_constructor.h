@@ -77,6 +77,14 @@ constexpr bool isWhitespaceUnit(char16_t unit)
 
 class TreeConstructor : public TokenReceiver, public CurrentNodeQuery {
 public:
+    // The deepest nesting of dispatches that a token may cause. The chains of
+    // the rules are a handful of calls deep; a few rules of case folding
+    // parsing dispatch a token again without end when the stack lacks what
+    // they wait for (a cell start tag in the cell mode with no cell open,
+    // noframes in the frameset modes). Such a chain ends the parse by the
+    // failure path instead of exhausting the thread's stack.
+    static constexpr std::uint32_t kMaxDispatchDepth = 100;
+
     // `tokenizer` may be null; a non-null tokenizer learns of this tree
     // constructor through its treeConstructor field. documentKind 1 is case
     // folding parsing, 2 case preserving parsing.
@@ -174,6 +182,36 @@ public:
     // Text.
     void handleText(const TokenRef& token);
 
+    // The table modes.
+    void handleInTable(const TokenRef& token);
+    void handleInTableText(const TokenRef& token);
+    void handleInCaption(const TokenRef& token);
+    void handleInColumnGroup(const TokenRef& token);
+    void handleInTableBody(const TokenRef& token);
+    void handleInRow(const TokenRef& token);
+    void handleInCell(const TokenRef& token);
+    // Reports the token and hands it to the in body rules with foster
+    // parenting on.
+    void inTableAnythingElse(const TokenRef& token);
+    // Ends the open cell by a made up end tag td or th, dispatched at once.
+    void closeCell(TextPosition position);
+    // Text in a table: collected in InTableText, then placed as one run.
+    void beginTableText();
+    void collectTableCharacter(char16_t unit, const TextPosition* position);
+    void flushPendingTableCharacters(const TextPosition& position);
+
+    // The select modes.
+    void handleInSelect(const TokenRef& token);
+    void handleInSelectInTable(const TokenRef& token);
+    void handleInSelectCharacter(char16_t unit, const TextPosition* position);
+
+    // The frameset and after modes.
+    void handleAfterBody(const TokenRef& token);
+    void handleInFrameset(const TokenRef& token);
+    void handleAfterFrameset(const TokenRef& token);
+    void handleAfterAfterBody(const TokenRef& token);
+    void handleAfterAfterFrameset(const TokenRef& token);
+
     // Foreign content.
     void processForeignToken(const TokenRef& token);
     void processForeignCharacter(char16_t unit);
@@ -209,6 +247,14 @@ private:
     {
         return static_cast<Element&>(*openElements[position]);
     }
+    // A stack entry that a rule reads without a test that it is there. A
+    // position outside the stack (an unsigned value that went below zero
+    // included) throws std::out_of_range, which ends the parse by the failure
+    // path instead of reading past the vector.
+    Element& checkedOpenElement(std::size_t position) const
+    {
+        return static_cast<Element&>(*openElements.at(position));
+    }
     // Sets both caches from the top of the stack and the table positions.
     void updateCaches();
 
@@ -227,9 +273,48 @@ private:
     };
     FosterPlace fosterPlace() const;
 
+    // The rows of the table modes that take more than a line or two.
+    void inTableStartTag(const TokenRef& token);
+    void inTableEndTag(const TokenRef& token);
+    void insertHiddenInputInTable(const TokenRef& token);
+    void insertFormInTable(const TokenRef& token);
+    void restartTable(const TokenRef& token);
+    void inCaptionEndTag(const TokenRef& token);
+    void closeCaption(const TokenRef& token);
+    void closeCaptionThenDispatch(const TokenRef& token);
+    void inTableBodyStartTag(const TokenRef& token);
+    void inTableBodyEndTag(const TokenRef& token);
+    void closeTableSectionThenDispatch(const TokenRef& token);
+    void inRowStartTag(const TokenRef& token);
+    void inRowEndTag(const TokenRef& token);
+    void closeRowThenDispatch(const TokenRef& token);
+    void inCellEndTag(const TokenRef& token);
+    void closeCellByEndTag(const TokenRef& token);
+    // Dispatches a made up tag at the position of the token at hand.
+    TagTokenRef dispatchSyntheticTag(TokenType type, TagId tag, const TokenRef& cause);
+
+    // The rows of the select modes that take more than a line or two.
+    void inSelectStartTag(const TokenRef& token);
+    void inSelectEndTag(const TokenRef& token);
+    void endOptgroupInSelect(const TokenRef& token);
+
     void foreignStartTag(const TokenRef& token);
     void foreignEndTag(const TokenRef& token);
     bool breaksOutOfForeignContent(TagToken& tag);
+
+    // Counts the dispatches that run inside each other while it lives. Past
+    // kMaxDispatchDepth it throws std::length_error (see dispatchToken).
+    class DispatchDepth {
+    public:
+        explicit DispatchDepth(TreeConstructor& owner);
+        ~DispatchDepth();
+        DispatchDepth(const DispatchDepth&) = delete;
+        DispatchDepth& operator=(const DispatchDepth&) = delete;
+
+    private:
+        TreeConstructor& tree;
+    };
+    std::uint32_t dispatchDepth = 0;
 
     const ErrorListenerList& errorListeners() const;
     void reportToken(ParseErrorCode code, const TokenRef& token);
