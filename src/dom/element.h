@@ -26,6 +26,7 @@ public:
     ~Element() override = default;
 
     std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
+    void writeMarkup(UString& out) override;
     // Fills an empty name from the tag name list first, if the tag id is known.
     const UString& getNodeName() override;
 

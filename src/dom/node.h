@@ -27,7 +27,17 @@ public:
     std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
     // Releases the subtree without recursing on its depth.
     ~Node() override;
+    // Appends this node's markup, with its descendants, to `out` (markup.cpp).
+    virtual void writeMarkup(UString& out) = 0;
     virtual const UString& getNodeName() { return name; }
+
+    // The node's markup as a new text: the forwarder to writeMarkup.
+    UString markup()
+    {
+        UString out;
+        writeMarkup(out);
+        return out;
+    }
 
     // The name as a null-terminated 16-bit text.
     const char16_t* getNodeNameText() { return getNodeName().c_str(); }
@@ -60,6 +70,7 @@ class CharacterData : public Node {
 public:
     // Comments start from a whole text.
     explicit CharacterData(const UString& text) : Node(NodeType::Comment), data(text) {}
+    void writeMarkup(UString& out) override = 0;
 
     UString data;
 
@@ -72,12 +83,14 @@ class TextNode : public CharacterData {
 public:
     explicit TextNode(char16_t firstUnit) : CharacterData(NodeType::Text, firstUnit) {}
     std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
+    void writeMarkup(UString& out) override;
 };
 
 class Comment : public CharacterData {
 public:
     explicit Comment(const UString& text) : CharacterData(text) {}
     std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
+    void writeMarkup(UString& out) override;
 };
 
 class DocumentType : public Node {
@@ -88,15 +101,31 @@ public:
     {
         name = doctypeName;
     }
+    // The name alone: the identifiers are not written.
+    void writeMarkup(UString& out) override;
 
     UString publicId;
     UString systemId;
+};
+
+// An XML declaration. It exists for markup output only: no parse makes one. Its
+// node type is one of its own, so that no rule takes it for an element, a
+// marker or a doctype, and the image writer passes over it at the top level.
+class XmlDeclaration : public Node {
+public:
+    XmlDeclaration() : Node(NodeType::XmlDeclaration) {}
+    void writeMarkup(UString& out) override;
+
+    UString version;
+    UString encoding;
+    bool standalone = false;
 };
 
 class Document : public Node {
 public:
     // documentKind 1 is case folding HTML parsing, 2 case preserving parsing.
     explicit Document(std::int32_t kind) : Node(NodeType::Document), documentKind(kind) {}
+    void writeMarkup(UString& out) override;
 
     // The first child that is an element whose tag is html, or null.
     NodeRef getHTMLNode();
@@ -130,5 +159,11 @@ void moveChildren(Node* source, Node* target);
 void moveChildren(const NodeRef& source, const NodeRef& target);
 // Sets the sibling links of child for the end of list and pushes it.
 void linkAsLastChild(NodeRef child, std::vector<NodeRef>& list);
+
+// The text with &, <, > and U+00A0 written as references, and " too inside an
+// attribute value. The result is one static string that every call clears and
+// fills again: it holds until the next call, and the function is not
+// reentrant (markup.cpp).
+const UString& escapeMarkup(const UString& text, bool inAttribute);
 
 }  // namespace Parsers

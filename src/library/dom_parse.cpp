@@ -31,6 +31,19 @@ std::uint32_t parseAndWrite(void* input, std::uint32_t size, HGLOBAL* imageHandl
     return record->result != 0 ? DOM_RESULT_OK : DOM_RESULT_FAILED;
 }
 
+std::uint32_t parseAndWriteMarkup(void* input, std::uint32_t size, DOM_ParseRecord* record,
+                                  std::uint32_t parseMode, UString& markup)
+{
+    auto source = std::make_unique<SourceBuffer>();
+    bool isUtf16 = record->inputKind == DOM_INPUT_UTF16;
+    Document* document = parseDocumentInMode(*source, input, size, isUtf16, parseMode);
+    markup.clear();
+    document->writeMarkup(markup);
+    releaseSource(*source);
+    source.reset();
+    return DOM_RESULT_OK;
+}
+
 // Runs a parse behind the record check and the handlers of DOM_Parse. The
 // first handler is for a result code thrown as such: nothing throws one today,
 // and it stays first so that a later error type can. A read outside the stack
@@ -74,6 +87,14 @@ std::uint32_t parseToImageCaseFolding(void* input, std::uint32_t size, HGLOBAL* 
     return guardedParse(record, [&] {
         return parseAndWrite(input, size, imageHandleOut, record, kCaseFoldingMode,
                              std::move(listener));
+    });
+}
+
+std::uint32_t parseToMarkup(void* input, std::uint32_t size, DOM_ParseRecord* record,
+                            std::uint32_t parseMode, UString& markup)
+{
+    return guardedParse(record, [&] {
+        return parseAndWriteMarkup(input, size, record, parseMode, markup);
     });
 }
 

@@ -28,4 +28,12 @@ std::uint32_t parseToImageCaseFolding(void* input, std::uint32_t size, HGLOBAL* 
                                       DOM_ParseRecord* record,
                                       std::shared_ptr<ErrorListener> listener);
 
+// Parses under parse mode 1 or 2 as the calls above do and writes the
+// finished document as markup text into `markup` in place of an image: under
+// mode 2 the tidied document, under mode 1 the whole tree with html, head and
+// body. The same record check and handlers; the record's result field is left
+// alone, and 0 means that `markup` holds the text.
+std::uint32_t parseToMarkup(void* input, std::uint32_t size, DOM_ParseRecord* record,
+                            std::uint32_t parseMode, UString& markup);
+
 }  // namespace Parsers

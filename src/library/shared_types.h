@@ -52,6 +52,8 @@ enum class NodeType : std::int32_t {
     Comment = 4,
     Document = 5,
     DocumentType = 6,
+    // No parse makes a node of this type (see XmlDeclaration).
+    XmlDeclaration = 7,
 };
 
 // The one enumeration of values the library throws as errors of its own. A base

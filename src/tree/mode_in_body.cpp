@@ -4,7 +4,7 @@
 //
 // Under case preserving parsing every start tag is inserted as written and
 // every end tag takes the walk of anyOtherEndTag. The tag rows of case folding
-// parsing extend handleInBodyStartTag and handleInBodyEndTag.
+// parsing stand in in_body_start_tags.cpp and in_body_end_tags.cpp.
 #include "tree/tag_sets.h"
 #include "tree/tree_constructor.h"
 
@@ -65,9 +65,7 @@ void TreeConstructor::handleInBodyStartTag(const TokenRef& token, bool foster)
         insertTagAsWritten(token);
         return;
     }
-    // FIXME: the tag rows of case folding parsing are not built yet; until they
-    // are, every tag takes the rule for tags without a row of their own.
-    insertUnlistedStartTag(token, foster);
+    caseFoldingStartTag(token, foster);
 }
 
 void TreeConstructor::insertTagAsWritten(const TokenRef& token)
@@ -100,10 +98,7 @@ void TreeConstructor::handleInBodyEndTag(const TokenRef& token)
         anyOtherEndTag(token);
         return;
     }
-    // FIXME: the tag rows of case folding parsing come with the adoption agency;
-    // until they are built every end tag takes the walk, as one without a row
-    // does.
-    anyOtherEndTag(token);
+    caseFoldingEndTag(token);
 }
 
 void TreeConstructor::anyOtherEndTag(const TokenRef& token)

@@ -218,6 +218,293 @@ constexpr bool isInHeadPassingEndTag(TagId tag)
     return tag == TagId::Body || tag == TagId::Br || tag == TagId::Html;
 }
 
+// ---------------------------------------------------------------- in body
+
+// The rows of the in body start tags under case folding parsing: which rule a
+// tag takes. A tag in no row (and every unknown name) takes Other.
+enum class InBodyStartTagRow {
+    Block,           // address, div, p, ul and the other blocks
+    Heading,         // h1 to h6
+    PreOrListing,    // pre, listing
+    Form,
+    ListItem,        // li
+    DefinitionItem,  // dd, dt
+    Plaintext,
+    HorizontalRule,  // hr
+    Anchor,          // a
+    Formatting,      // b, big, code, em, font, i, s, small, strike, strong, tt, u
+    Nobr,
+    Button,
+    ObjectLike,      // applet, marquee, object: they set a marker
+    RubyText,        // rp, rt
+    Void,            // area, br, embed, img, keygen, wbr
+    Input,
+    MediaChild,      // param, source, track
+    Image,
+    Textarea,
+    Xmp,
+    Iframe,
+    Noembed,
+    Table,
+    Select,
+    Option,          // optgroup, option
+    Math,
+    Svg,
+    HeadElement,     // the tags that the in head rules take
+    Html,
+    Body,
+    Frameset,
+    Isindex,
+    Illegal,         // the table structure, frame and head: dropped
+    Other,
+};
+
+constexpr InBodyStartTagRow inBodyStartTagRow(TagId tag)
+{
+    using Row = InBodyStartTagRow;
+    switch (tag) {
+    case TagId::Address:
+    case TagId::Article:
+    case TagId::Aside:
+    case TagId::Blockquote:
+    case TagId::Center:
+    case TagId::Details:
+    case TagId::Dir:
+    case TagId::Div:
+    case TagId::Dl:
+    case TagId::Fieldset:
+    case TagId::Figcaption:
+    case TagId::Figure:
+    case TagId::Footer:
+    case TagId::Header:
+    case TagId::Hgroup:
+    case TagId::Menu:
+    case TagId::Nav:
+    case TagId::Ol:
+    case TagId::P:
+    case TagId::Section:
+    case TagId::Summary:
+    case TagId::Ul:
+        return Row::Block;
+    case TagId::H1:
+    case TagId::H2:
+    case TagId::H3:
+    case TagId::H4:
+    case TagId::H5:
+    case TagId::H6:
+        return Row::Heading;
+    case TagId::Pre:
+    case TagId::Listing:
+        return Row::PreOrListing;
+    case TagId::Form: return Row::Form;
+    case TagId::Li: return Row::ListItem;
+    case TagId::Dd:
+    case TagId::Dt:
+        return Row::DefinitionItem;
+    case TagId::Plaintext: return Row::Plaintext;
+    case TagId::Hr: return Row::HorizontalRule;
+    case TagId::A: return Row::Anchor;
+    case TagId::B:
+    case TagId::Big:
+    case TagId::Code:
+    case TagId::Em:
+    case TagId::Font:
+    case TagId::I:
+    case TagId::S:
+    case TagId::Small:
+    case TagId::Strike:
+    case TagId::Strong:
+    case TagId::Tt:
+    case TagId::U:
+        return Row::Formatting;
+    case TagId::Nobr: return Row::Nobr;
+    case TagId::Button: return Row::Button;
+    case TagId::Applet:
+    case TagId::Marquee:
+    case TagId::Object:
+        return Row::ObjectLike;
+    case TagId::Rp:
+    case TagId::Rt:
+        return Row::RubyText;
+    case TagId::Area:
+    case TagId::Br:
+    case TagId::Embed:
+    case TagId::Img:
+    case TagId::Keygen:
+    case TagId::Wbr:
+        return Row::Void;
+    case TagId::Input: return Row::Input;
+    case TagId::Param:
+    case TagId::Source:
+    case TagId::Track:
+        return Row::MediaChild;
+    case TagId::Image: return Row::Image;
+    case TagId::Textarea: return Row::Textarea;
+    case TagId::Xmp: return Row::Xmp;
+    case TagId::Iframe: return Row::Iframe;
+    case TagId::Noembed: return Row::Noembed;
+    case TagId::Table: return Row::Table;
+    case TagId::Select: return Row::Select;
+    case TagId::Optgroup:
+    case TagId::Option:
+        return Row::Option;
+    case TagId::Math: return Row::Math;
+    case TagId::Svg: return Row::Svg;
+    case TagId::Base:
+    case TagId::Basefont:
+    case TagId::Bgsound:
+    case TagId::Command:
+    case TagId::Link:
+    case TagId::Meta:
+    case TagId::Script:
+    case TagId::Style:
+    case TagId::Title:
+        return Row::HeadElement;
+    case TagId::Html: return Row::Html;
+    case TagId::Body: return Row::Body;
+    case TagId::Frameset: return Row::Frameset;
+    case TagId::Isindex: return Row::Isindex;
+    case TagId::Caption:
+    case TagId::Col:
+    case TagId::Colgroup:
+    case TagId::Frame:
+    case TagId::Head:
+    case TagId::Tbody:
+    case TagId::Td:
+    case TagId::Tfoot:
+    case TagId::Th:
+    case TagId::Thead:
+    case TagId::Tr:
+        return Row::Illegal;
+    default:
+        return Row::Other;
+    }
+}
+
+// The rows of the in body end tags under case folding parsing. A tag in no
+// row (html, main, template, rb and every unknown name among them) takes the
+// walk of anyOtherEndTag.
+enum class InBodyEndTagRow {
+    Formatting,      // the fourteen tags of the adoption agency
+    Block,           // the blocks, button, listing and pre
+    ObjectLike,      // applet, marquee, object
+    Body,
+    Br,
+    DefinitionItem,  // dd, dt
+    Form,
+    Heading,         // h1 to h6
+    ListItem,        // li
+    Paragraph,       // p
+    Other,
+};
+
+constexpr InBodyEndTagRow inBodyEndTagRow(TagId tag)
+{
+    using Row = InBodyEndTagRow;
+    switch (tag) {
+    case TagId::A:
+    case TagId::B:
+    case TagId::Big:
+    case TagId::Code:
+    case TagId::Em:
+    case TagId::Font:
+    case TagId::I:
+    case TagId::Nobr:
+    case TagId::S:
+    case TagId::Small:
+    case TagId::Strike:
+    case TagId::Strong:
+    case TagId::Tt:
+    case TagId::U:
+        return Row::Formatting;
+    case TagId::Address:
+    case TagId::Article:
+    case TagId::Aside:
+    case TagId::Blockquote:
+    case TagId::Button:
+    case TagId::Center:
+    case TagId::Details:
+    case TagId::Dir:
+    case TagId::Div:
+    case TagId::Dl:
+    case TagId::Fieldset:
+    case TagId::Figcaption:
+    case TagId::Figure:
+    case TagId::Footer:
+    case TagId::Header:
+    case TagId::Hgroup:
+    case TagId::Listing:
+    case TagId::Menu:
+    case TagId::Nav:
+    case TagId::Ol:
+    case TagId::Pre:
+    case TagId::Section:
+    case TagId::Summary:
+    case TagId::Ul:
+        return Row::Block;
+    case TagId::Applet:
+    case TagId::Marquee:
+    case TagId::Object:
+        return Row::ObjectLike;
+    case TagId::Body: return Row::Body;
+    case TagId::Br: return Row::Br;
+    case TagId::Dd:
+    case TagId::Dt:
+        return Row::DefinitionItem;
+    case TagId::Form: return Row::Form;
+    case TagId::H1:
+    case TagId::H2:
+    case TagId::H3:
+    case TagId::H4:
+    case TagId::H5:
+    case TagId::H6:
+        return Row::Heading;
+    case TagId::Li: return Row::ListItem;
+    case TagId::P: return Row::Paragraph;
+    default:
+        return Row::Other;
+    }
+}
+
+// The elements that the walk of the body end tag passes over; it stops at the
+// first other one. Nothing is reported either way.
+constexpr bool isPassedByBodyEndTag(TagId tag)
+{
+    switch (tag) {
+    case TagId::Dd:
+    case TagId::Dt:
+    case TagId::Li:
+    case TagId::Optgroup:
+    case TagId::Option:
+    case TagId::P:
+    case TagId::Rp:
+    case TagId::Rt:
+    case TagId::Tbody:
+    case TagId::Td:
+    case TagId::Tfoot:
+    case TagId::Th:
+    case TagId::Thead:
+    case TagId::Tr:
+    case TagId::Body:
+    case TagId::Html:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// The tags whose place a list item start tag takes: an open li.
+constexpr bool closesListItem(TagId tag)
+{
+    return tag == TagId::Li;
+}
+
+// The tags whose place a definition item start tag takes: an open dd or dt.
+constexpr bool closesDefinitionItem(TagId tag)
+{
+    return tag == TagId::Dd || tag == TagId::Dt;
+}
+
 // ---------------------------------------------------------------- tables
 
 // The sections of a table body: what the in table body mode closes.

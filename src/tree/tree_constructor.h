@@ -178,6 +178,10 @@ public:
     void handleInBodyEndTag(const TokenRef& token);
     void anyOtherEndTag(const TokenRef& token);
     bool isTableStructureNode();
+    // Closes an open p in button scope by a made up end tag p at `position`.
+    void closeParagraph(const TextPosition& position);
+    void closeHeading(const TokenRef& token);
+    void runAdoptionAgency(const TokenRef& token);
 
     // Text.
     void handleText(const TokenRef& token);
@@ -264,6 +268,60 @@ private:
     // had the self-closing flag.
     void insertTagAsWritten(const TokenRef& token);
     void insertUnlistedStartTag(const TokenRef& token, bool foster);
+
+    // The tag rows of in body under case folding parsing
+    // (in_body_start_tags.cpp, in_body_end_tags.cpp).
+    void caseFoldingStartTag(const TokenRef& token, bool foster);
+    void startBlock(const TokenRef& token, bool foster);
+    void startHeading(const TokenRef& token, bool foster);
+    void startPreOrListing(const TokenRef& token, bool foster);
+    void startForm(const TokenRef& token, bool foster);
+    void startListItem(const TokenRef& token, bool foster);
+    void startDefinitionItem(const TokenRef& token, bool foster);
+    void startPlaintext(const TokenRef& token, bool foster);
+    void startHorizontalRule(const TokenRef& token, bool foster);
+    void startAnchor(const TokenRef& token, bool foster);
+    void startFormatting(const TokenRef& token, bool foster);
+    void startNobr(const TokenRef& token, bool foster);
+    void startButton(const TokenRef& token, bool foster);
+    void startObjectLike(const TokenRef& token, bool foster);
+    void startRubyText(const TokenRef& token, bool foster);
+    void startVoidElement(const TokenRef& token, bool foster);
+    void startInput(const TokenRef& token, bool foster);
+    void startMediaChild(const TokenRef& token, bool foster);
+    void startImage(const TokenRef& token, bool foster);
+    void startTextarea(const TokenRef& token, bool foster);
+    void startXmp(const TokenRef& token, bool foster);
+    void startIframe(const TokenRef& token, bool foster);
+    void startTable(const TokenRef& token, bool foster);
+    void startSelect(const TokenRef& token, bool foster);
+    void startOption(const TokenRef& token, bool foster);
+    void startMath(const TokenRef& token, bool foster);
+    void startSvg(const TokenRef& token, bool foster);
+    void startHtmlInBody(const TokenRef& token);
+    void startBodyInBody(const TokenRef& token);
+    // The list item rule and the definition item rule differ only in the tags
+    // that close the current node.
+    void startItem(const TokenRef& token, bool foster, bool (*closesItem)(TagId));
+    // A line feed right behind the start tag is no part of the element's text.
+    void dropFollowingLineFeed();
+    // previousState := state, state := the given one.
+    void setTokenizerState(TokenizerState state);
+
+    void caseFoldingEndTag(const TokenRef& token);
+    void endBlock(const TokenRef& token);
+    void endObjectLike(const TokenRef& token);
+    void endBody(const TokenRef& token);
+    void endForm(const TokenRef& token);
+    void endItem(const TokenRef& token, ScopeKind scope, ParseErrorCode code);
+    void endParagraph(const TokenRef& token);
+    // Implied end tags (except the token's name when `keepOwnName`), a report
+    // 141 when the current node then has another tag, and the pop through the
+    // nearest element of the tag.
+    void closeElementOfEndTag(const TokenRef& token, bool keepOwnName);
+    // The inner loop of the adoption agency (adoption_agency.cpp).
+    NodeRef moveFormattingAboveFurthestBlock(const NodeRef& formatting,
+                                             const NodeRef& furthestBlock);
 
     // The element under which foster parenting places a node, and the table
     // to go in front of when that element is the table's own parent.

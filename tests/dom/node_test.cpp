@@ -240,7 +240,7 @@ TEST(NodeShape, LinkAsLastChildLeavesNextSiblingAsItIs)
 {
     std::vector<NodeRef> list;
     auto a = makeElement(u"a");
-    Node stray(NodeType::Element);
+    Element stray(TagId::Unknown, NodeType::Element);
     a->nextSibling = &stray;
     linkAsLastChild(a, list);
     EXPECT_EQ(a->nextSibling, nullptr);  // an empty list sets both links

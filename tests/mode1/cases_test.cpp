@@ -4,6 +4,12 @@
 // constructor's reports. The format of the files is told in
 // support/case_files.h. Every expected tree is derived by hand from the rules
 // of case folding parsing.
+//
+// A case may give its expected document as markup (#markup) instead of an
+// image tree or beside it. Cases whose formatting elements with attributes are
+// cloned need it: a clone shares its attribute objects with the element it was
+// made from, so the image lists one attribute under two elements, and the
+// reader refuses such an image (see entry_test.cpp).
 
 #include <gtest/gtest.h>
 
@@ -35,8 +41,13 @@ TEST_P(CaseFoldingCases, ParsesToTheExpectedTreeAndReports)
     ASSERT_EQ(c.formatError, "") << where;
     const Mode1::Outcome outcome = Mode1::parse(c.input, c.inputKind, c.recordVersion);
     ASSERT_EQ(outcome.result, c.result) << where;
-    if (c.result == DOM_RESULT_OK) {
+    if (c.result == DOM_RESULT_OK && c.hasTree) {
         EXPECT_EQ(outcome.tree, c.tree) << where;
+    }
+    if (c.hasMarkup) {
+        const Mode1::MarkupOutcome markup = Mode1::parseToMarkup(c.input, c.inputKind);
+        ASSERT_EQ(markup.result, c.result) << where;
+        EXPECT_EQ(markup.markup, c.markup) << where;
     }
     if (c.hasErrors) {
         EXPECT_EQ(Mode1::codeList(outcome.treeCodes), Mode1::codeList(c.errors)) << where;

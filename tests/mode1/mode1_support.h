@@ -44,6 +44,23 @@ Outcome parse(const std::vector<std::uint8_t>& input, std::uint32_t inputKind = 
 // The same for a UTF-8 text given as bytes.
 Outcome parse(const std::string& text);
 
+struct MarkupOutcome {
+    std::uint32_t result = 0xFFFFFFFFu;
+    // The finished document's markup as UTF-8 (a lone surrogate takes the three
+    // bytes of its own value).
+    std::string markup;
+};
+
+// Parses with case folding parsing and writes the finished tree as markup
+// instead of an image. Under `parseMode` 2 the same text DOM_Parse would
+// tidy.
+MarkupOutcome parseToMarkup(const std::vector<std::uint8_t>& input, std::uint32_t inputKind = 0,
+                            std::uint32_t parseMode = 1);
+
+// UTF-16 units to UTF-8 bytes, pairs joined; a lone surrogate is encoded as
+// its own value.
+std::string utf8Of(const std::u16string& units);
+
 // Codes as text, "126 127", for messages.
 std::string codeList(const std::vector<std::uint32_t>& codes);
 

@@ -19,6 +19,9 @@
 //                   says that there are none. Without the block the reports
 //                   are not checked.
 //   #document       the expected tree, lines of "| ...", as treeText writes it
+//   #markup         the expected markup text of the finished document (suites
+//                   that write markup); line ends inside the block are part of
+//                   it, the one before the next block is not
 //   #description    free text, not read
 #pragma once
 
@@ -48,6 +51,8 @@ struct Case {
     std::uint32_t result = 0;
     std::string tree;
     bool hasTree = false;
+    std::string markup;
+    bool hasMarkup = false;
     bool hasErrors = false;
     std::vector<std::uint32_t> errors;
     std::string formatError;
@@ -113,7 +118,8 @@ inline bool isHeader(const std::string& line)
 {
     static const char* const headers[] = {"#data",        "#data-escaped",   "#data-hex",
                                           "#input-kind",  "#record-version", "#result",
-                                          "#errors",      "#document",       "#description"};
+                                          "#errors",      "#document",       "#markup",
+                                          "#description"};
     return std::find(std::begin(headers), std::end(headers), line) != std::end(headers);
 }
 
@@ -172,6 +178,13 @@ inline void readBlock(Case& c, const std::string& header, std::vector<std::strin
             }
             c.errors.push_back(static_cast<std::uint32_t>(std::stoul(code)));
         }
+    } else if (header == "#markup") {
+        while (!body.empty() && body.back().empty()) body.pop_back();
+        for (std::size_t k = 0; k < body.size(); ++k) {
+            if (k) c.markup += '\n';
+            c.markup += body[k];
+        }
+        c.hasMarkup = true;
     } else if (header == "#document") {
         c.hasTree = true;
         for (const std::string& line : body) {
@@ -214,7 +227,7 @@ inline std::vector<Case> loadFile(const std::filesystem::path& path)
     }
     if (current) finish(*current);
     for (Case& c : cases) {
-        if (c.result == 0 && !c.hasTree) c.formatError = "no #document";
+        if (c.result == 0 && !c.hasTree && !c.hasMarkup) c.formatError = "no #document";
     }
     return cases;
 }
