@@ -349,7 +349,10 @@ void measureScaling(const std::vector<CorpusDocument>& timed, const Options& opt
     // The largest input is parsed once in a child first: a fault would end
     // the benchmark itself.
     ChildOutcome check = runInChild(
-        [&] { return std::vector<double>{static_cast<double>(parseWithDomParse(inputs.back()[0].bytes).resultCode)}; },
+        [&] {
+            DomParseResult result = parseWithDomParse(inputs.back()[0].bytes);
+            return std::vector<double>{static_cast<double>(result.resultCode)};
+        },
         sizes.limits);
     if (!check.finished() || check.values[0] != DOM_RESULT_OK) {
         std::printf("The largest input does not parse (%s); left out.\n", check.describe().c_str());
@@ -449,10 +452,11 @@ void measureDeepNesting(const Sizes& sizes, Results& results)
                 skipReason = "not run: " + fixed(perElement * 1e6, 0) + " us per element at " + elements;
             }
             double deepest = outcome.values[3];
+            std::string deepestText =
+                deepest < 0 ? "-" : grouped(static_cast<unsigned long long>(deepest));
             table.addRow({parser->name(), elements, input, fixed(seconds, 3),
                           fixed(seconds * 100000.0 / static_cast<double>(depth), 3),
-                          fixed(outcome.values[1], 0), deepest < 0 ? "-" : grouped(static_cast<unsigned long long>(deepest)),
-                          fixed(outcome.values[2]) + " MB"});
+                          fixed(outcome.values[1], 0), deepestText, fixed(outcome.values[2]) + " MB"});
             if (ours && depth == sizes.depths[sizes.depths.size() - 2]) {
                 results.shallowSeconds = seconds;
                 results.shallowDepth = depth;
@@ -494,9 +498,10 @@ void measureBigDocument(const std::vector<CorpusDocument>& timed, const Options&
         }
         double seconds = outcome.values[0];
         double peak = outcome.values[2];
-        table.addRow({parser->name(), megabytes(size), fixed(seconds, 3),
-                      fixed(megabytesPerSecond(static_cast<double>(size), seconds)), fixed(outcome.values[1], 0),
-                      fixed(peak) + " MB", fixed(peak / (static_cast<double>(size) / 1e6), 2) + " x"});
+        double inputMegabytes = static_cast<double>(size) / 1e6;
+        table.addRow({parser->name(), megabytes(size), fixed(seconds, 3), fixed(inputMegabytes / seconds),
+                      fixed(outcome.values[1], 0), fixed(peak) + " MB",
+                      fixed(peak / inputMegabytes, 2) + " x"});
     }
     table.print();
     std::printf("\nPeak above start counts the input itself, made in the child before the parse.\n");
@@ -526,12 +531,15 @@ void summarizeMemory(const std::vector<ScreenedDocument>& screened, Results& res
     }
     if (!worst) return;
     Table table({"figure", "value"});
-    table.addRow({"peak above start <= 8 x input + C holds with C", fixed(constant, 2) + " MB (" + worst->document->name + ")"});
+    double largestInput = static_cast<double>(largest->document->bytes.size()) / 1e6;
+    table.addRow({"peak above start <= 8 x input + C holds with C",
+                  fixed(constant, 2) + " MB (" + worst->document->name + ")"});
     table.addRow({"largest document: input, peak, peak / input",
                   largest->document->name + ": " + megabytes(largest->document->bytes.size()) + ", " +
                       fixed(largest->peakMegabytes) + " MB, " +
-                      fixed(largest->peakMegabytes / (static_cast<double>(largest->document->bytes.size()) / 1e6), 2) + " x"});
-    table.addRow({"sum of peaks / sum of inputs", fixed(totalPeak / (static_cast<double>(totalInput) / 1e6), 2) + " x"});
+                      fixed(largest->peakMegabytes / largestInput, 2) + " x"});
+    table.addRow({"sum of peaks / sum of inputs",
+                  fixed(totalPeak / (static_cast<double>(totalInput) / 1e6), 2) + " x"});
     table.addRow({"peak resident memory of this benchmark process", fixed(processPeakMegabytes()) + " MB"});
     table.print();
     std::printf("\nA child's peak counts the writable copy of the input that DOM_Parse is given.\n");
@@ -551,9 +559,12 @@ void printTargets(const Results& results, bool smoke)
     if (results.domparse && results.libxml2 && results.gumbo) {
         double overLibxml2 = *results.domparse / *results.libxml2;
         double overGumbo = *results.domparse / *results.gumbo;
-        table.addRow({"DOM_Parse >= 1.5 x libxml2 on the corpus", fixed(overLibxml2, 2) + " x", yesNo(overLibxml2 >= 1.5)});
-        table.addRow({"DOM_Parse >= 5 x gumbo on the corpus", fixed(overGumbo, 2) + " x", yesNo(overGumbo >= 5)});
-        table.addRow({"stretch: DOM_Parse >= 3 x libxml2", fixed(overLibxml2, 2) + " x", yesNo(overLibxml2 >= 3)});
+        table.addRow({"DOM_Parse >= 1.5 x libxml2 on the corpus", fixed(overLibxml2, 2) + " x",
+                      yesNo(overLibxml2 >= 1.5)});
+        table.addRow({"DOM_Parse >= 5 x gumbo on the corpus", fixed(overGumbo, 2) + " x",
+                      yesNo(overGumbo >= 5)});
+        table.addRow({"stretch: DOM_Parse >= 3 x libxml2", fixed(overLibxml2, 2) + " x",
+                      yesNo(overLibxml2 >= 3)});
     }
     if (results.scalingFirst && results.scalingLast) {
         double ratio = *results.scalingLast / *results.scalingFirst;
@@ -562,7 +573,8 @@ void printTargets(const Results& results, bool smoke)
     if (results.shallowSeconds && results.deepSeconds && results.deepDepth > results.shallowDepth) {
         double per100k = *results.deepSeconds * 100000.0 / static_cast<double>(results.deepDepth);
         double growth = *results.deepSeconds / *results.shallowSeconds;
-        double sizeGrowth = static_cast<double>(results.deepDepth) / static_cast<double>(results.shallowDepth);
+        double sizeGrowth =
+            static_cast<double>(results.deepDepth) / static_cast<double>(results.shallowDepth);
         // Linear: the time grows no faster than 1.5 times the size.
         bool met = per100k < 0.5 && growth <= 1.5 * sizeGrowth;
         table.addRow({grouped(results.deepDepth) + " nested: linear, well under 1 s per 100,000",
@@ -571,7 +583,8 @@ void printTargets(const Results& results, bool smoke)
                       yesNo(met)});
     }
     if (results.memoryConstant) {
-        table.addRow({"corpus: peak <= 8 x input + small constant (4 MB)", "C = " + fixed(*results.memoryConstant, 2) + " MB",
+        table.addRow({"corpus: peak <= 8 x input + small constant (4 MB)",
+                      "C = " + fixed(*results.memoryConstant, 2) + " MB",
                       yesNo(*results.memoryConstant <= 4.0)});
     }
     table.print();
@@ -587,7 +600,8 @@ int run(const Options& options)
     }
     std::printf("# domparse benchmark%s\n\n", options.smoke ? " (smoke check: one round, small inputs)" : "");
     long cores = ::sysconf(_SC_NPROCESSORS_ONLN);
-    std::printf("Corpus %s: %zu documents, %s. Library version %u. %ld cores, load average %s at the start.\n",
+    std::printf("Corpus %s: %zu documents, %s. Library version %u. %ld cores, load average %s "
+                "at the start.\n",
                 options.corpus.c_str(), documents.size(), megabytes(totalBytes(documents)).c_str(),
                 DOM_GetVersion(), cores, loadAverage().c_str());
     std::printf("%s s timed per measurement; figures are medians of rounds; MB = 10^6 bytes.\n",

@@ -57,6 +57,8 @@ std::size_t utf8SequenceLength(const std::uint8_t* bytes, std::size_t left)
 
 }  // namespace
 
+// Sorted by name, so that every run and every parser sees the same order, and
+// the block of the scaling series is the same pages each time.
 std::vector<CorpusDocument> loadCorpus(const std::string& folder)
 {
     std::error_code error;
@@ -79,6 +81,8 @@ std::uint64_t totalBytes(const std::vector<CorpusDocument>& documents)
     return total;
 }
 
+// Whole documents only: a page cut in the middle would leave the next copy of
+// the block to start inside a tag or a comment, unlike any real page.
 std::vector<std::uint8_t> makeBlock(const std::vector<CorpusDocument>& documents, std::size_t limit)
 {
     std::vector<std::uint8_t> block;

@@ -51,9 +51,10 @@ struct Timing {
 double median(std::vector<double> values);
 
 // Runs one untimed round of each workload, then runs them by turns, each for
-// about `slice` seconds (at least one round) per turn, until every one has spent `seconds` in timed work and done
-// at least `minimumRounds` rounds. Taking turns spreads a slow spell of the
-// machine over all of them, so that their ratios stay fair.
+// about `slice` seconds (at least one round) per turn, until every one has
+// spent `seconds` in timed work and done at least `minimumRounds` rounds.
+// Taking turns spreads a slow spell of the machine over all of them, so that
+// their ratios stay fair.
 std::vector<Timing> runByTurns(const std::vector<Workload*>& workloads, double seconds,
                                std::size_t minimumRounds, double slice = 0.5);
 

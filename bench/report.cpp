@@ -5,6 +5,8 @@
 
 namespace Parsers::Bench {
 
+// Every cell is padded to the widest of its column, so that the Markdown rows
+// line up on a terminal too.
 void Table::print() const
 {
     std::vector<std::size_t> widths;

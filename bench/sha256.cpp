@@ -7,6 +7,9 @@ namespace Parsers::Bench {
 
 namespace {
 
+// The first 32 bits of the fractional parts of the cube roots of the first 64
+// primes, and below of the square roots of the first 8: the algorithm's own
+// constants.
 constexpr std::array<std::uint32_t, 64> kRoundConstants{
     0x428a2f98, 0x71374491, 0xb5c0fbcf, 0xe9b5dba5, 0x3956c25b, 0x59f111f1, 0x923f82a4, 0xab1c5ed5,
     0xd807aa98, 0x12835b01, 0x243185be, 0x550c7dc3, 0x72be5d74, 0x80deb1fe, 0x9bdc06a7, 0xc19bf174,
@@ -25,6 +28,8 @@ constexpr std::uint32_t rotateRight(std::uint32_t value, int count)
     return (value >> count) | (value << (32 - count));
 }
 
+// One 64-byte block into the state: the message schedule of 64 words from the
+// block's 16 big-endian words, then 64 rounds, added to the state.
 void compressBlock(std::array<std::uint32_t, 8>& state, const std::uint8_t* block)
 {
     std::array<std::uint32_t, 64> schedule;
@@ -34,8 +39,10 @@ void compressBlock(std::array<std::uint32_t, 8>& state, const std::uint8_t* bloc
                       static_cast<std::uint32_t>(block[4 * i + 2]) << 8 | block[4 * i + 3];
     }
     for (int i = 16; i < 64; ++i) {
-        std::uint32_t s0 = rotateRight(schedule[i - 15], 7) ^ rotateRight(schedule[i - 15], 18) ^ (schedule[i - 15] >> 3);
-        std::uint32_t s1 = rotateRight(schedule[i - 2], 17) ^ rotateRight(schedule[i - 2], 19) ^ (schedule[i - 2] >> 10);
+        std::uint32_t before15 = schedule[i - 15];
+        std::uint32_t before2 = schedule[i - 2];
+        std::uint32_t s0 = rotateRight(before15, 7) ^ rotateRight(before15, 18) ^ (before15 >> 3);
+        std::uint32_t s1 = rotateRight(before2, 17) ^ rotateRight(before2, 19) ^ (before2 >> 10);
         schedule[i] = schedule[i - 16] + s0 + schedule[i - 7] + s1;
     }
     auto [a, b, c, d, e, f, g, h] = state;
