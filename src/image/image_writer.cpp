@@ -223,7 +223,9 @@ std::uint32_t writeDocumentImage(Document& document, HGLOBAL* out)
     Collection collection;
     collectImageItems(document, collection);
 
-    StringTable strings;
+    // Most documents have fewer distinct strings than nodes and attributes
+    // together, so that count sizes the string index once.
+    StringTable strings(collection.nodes.size() + collection.attributes.size());
     std::uint32_t nodeTableSize =
         writeTable(block, ImageLayout::kHeaderSize, collection.nodes, strings);
     std::uint32_t attributeTableOffset = ImageLayout::kHeaderSize + nodeTableSize;

@@ -2,22 +2,11 @@
 
 namespace Parsers {
 
-std::size_t Fnv1aHash::operator()(std::u16string_view text) const noexcept
+StringTable::StringTable(std::size_t expectedStrings)
 {
-    std::uint64_t hash = 0xcbf29ce484222325ull;
-    constexpr std::uint64_t prime = 0x100000001b3ull;
-    for (char16_t unit : text) {
-        hash = (hash ^ (unit & 0xFFu)) * prime;
-        hash = (hash ^ (unit >> 8)) * prime;
-    }
-    return static_cast<std::size_t>(hash);
-}
-
-StringTable::StringTable()
-{
-    // Eight buckets and a load factor of 1 to begin with, grown as needed.
     numbers.max_load_factor(1.0f);
-    numbers.rehash(8);
+    numbers.reserve(expectedStrings < 8 ? 8 : expectedStrings);
+    entries.reserve(expectedStrings);
 }
 
 std::uint32_t StringTable::intern(const UString& text)

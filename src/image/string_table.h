@@ -11,17 +11,14 @@
 
 namespace Parsers {
 
-// FNV-1a, 64 bit, over the string's bytes, low byte of each unit first.
-struct Fnv1aHash {
-    std::size_t operator()(std::u16string_view text) const noexcept;
-};
-
 // The interning state belongs to one image, so images can be written on several
 // threads at once. An index map from content to number gives each repeated
 // string the number of its first occurrence in constant time.
 class StringTable {
 public:
-    StringTable();
+    // expectedStrings sizes the index map once, sparing the rehashes of
+    // growing it step by step; it is an estimate, not a limit.
+    explicit StringTable(std::size_t expectedStrings = 0);
 
     // The string's number: a new number for new content, the first number
     // given to equal content otherwise. The table keeps a pointer to the
@@ -35,7 +32,7 @@ public:
 
 private:
     std::vector<const UString*> entries;
-    std::unordered_map<std::u16string_view, std::uint32_t, Fnv1aHash> numbers;
+    std::unordered_map<std::u16string_view, std::uint32_t> numbers;
     std::uint64_t bytes = 0;
 };
 
