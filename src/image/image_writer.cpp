@@ -54,6 +54,8 @@ public:
     // The nearest declared URI for the prefix, or the shared empty string.
     const UString& lookup(std::u16string_view prefix) const
     {
+        // Most documents declare no namespace at all: no lookup is needed then.
+        if (undo.empty()) return sharedEmptyString();
         auto found = bindings.find(prefix);
         if (found == bindings.end() || found->second.empty()) return sharedEmptyString();
         const UString& uri = *found->second.back();
