@@ -114,7 +114,9 @@ TEST_F(CliBinary, HelpDocumentsTheFormats)
     const ToolRun result = run("--help");
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.out.rfind("usage: domparse [options] FILE...\n", 0), 0u);
-    EXPECT_NE(result.out.find("  --format NAME  tree (default), json, stats or image\n"),
+    EXPECT_NE(result.out.find("  --format NAME  tree (default), json, stats, image or markup\n"),
+              std::string::npos);
+    EXPECT_NE(result.out.find("  --mode N       2 (default): parse with DOM_Parse, case preserving;\n"),
               std::string::npos);
     EXPECT_NE(result.out.find("<prefix:name attr=\"value\" p:attr2=\"v\"> [ns=URI]"),
               std::string::npos);
@@ -146,6 +148,9 @@ TEST_F(CliBinary, UsageErrorsExit64)
         {"x -o", "domparse: -o needs a file name (see domparse --help)\n"},
         {"--format image a b",
          "domparse: --format image takes exactly one file (see domparse --help)\n"},
+        {"--mode", "domparse: --mode needs 1 or 2 (see domparse --help)\n"},
+        {"--mode 3 x", "domparse: unknown mode '3' (see domparse --help)\n"},
+        {"--mode=0 x", "domparse: unknown mode '0' (see domparse --help)\n"},
     };
     for (const Case& usage : cases) {
         const ToolRun result = run(usage.arguments);
@@ -271,6 +276,71 @@ TEST_F(CliBinary, SeveralUtf16FilesEachUnderItsName)
     expected += "\n<!--c-->\n";
     EXPECT_EQ(result.out, expected);
     EXPECT_EQ(result.err, "");
+}
+
+}  // namespace
+
+namespace {
+
+// Case folding parsing through the library's internal entry: names are
+// folded, the implied p end tag applies, and html, head and body stay.
+TEST_F(CliBinary, ModeOneTreeKeepsHtmlHeadAndBody)
+{
+    const ToolRun result = run("--mode 1 -", "<P CLASS=x>a<P>b");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out,
+              "<html>\n  <head>\n  <body>\n    <p class=\"x\">\n      \"a\"\n    <p>\n"
+              "      \"b\"\n");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(run("--mode=1 -", "<P CLASS=x>a<P>b").out, result.out);
+    EXPECT_EQ(run("--mode 2 -", "<p>a<p>b").out, "<p>\n  \"a\"\n  <p>\n    \"b\"\n");
+}
+
+TEST_F(CliBinary, ModeOneFailsLikeDomParse)
+{
+    const ToolRun result = run("--mode 1 --format json -", "");
+    EXPECT_EQ(result.status, 12);
+    EXPECT_EQ(result.err, messageLine("-", kNoDocument));
+}
+
+TEST_F(CliBinary, MarkupOfBothModes)
+{
+    const std::string input = "<P title='a\"b'>x &amp; y<BR>z";
+    const ToolRun two = run("--format markup -", input);
+    EXPECT_EQ(two.status, 0);
+    EXPECT_EQ(two.out, "<P title=\"a&quot;b\">x &amp; y<BR>z</BR></P>\n");
+    const ToolRun one = run("--mode 1 --format markup -", input);
+    EXPECT_EQ(one.status, 0);
+    EXPECT_EQ(one.out,
+              "<html><head></head><body><p title=\"a&quot;b\">x &amp; y<br>z</p></body></html>\n");
+    EXPECT_EQ(one.err, "");
+}
+
+TEST_F(CliBinary, MarkupOfSeveralFilesAndOfUtf16)
+{
+    const fs::path first = write("a.html", "<i>1</i>");
+    const fs::path second = write("b.html", std::string("<\0b\0>\0\xE9\0\x00\xD8", 10));
+    const ToolRun bytes = run("--format markup " + shellQuoted(first));
+    EXPECT_EQ(bytes.out, "<i>1</i>\n");
+    const ToolRun utf16 = run("--utf16 --format markup " + shellQuoted(second));
+    EXPECT_EQ(utf16.status, 0);
+    // The lone surrogate at the end is written as U+FFFD.
+    EXPECT_EQ(utf16.out, "<b>\xC3\xA9\xEF\xBF\xBD</b>\n");
+    const ToolRun both = run("--format markup " + shellQuoted(first) + " " + shellQuoted(first));
+    std::string expected = "# ";
+    expected += first.string();
+    expected += "\n<i>1</i>\n# ";
+    expected += first.string();
+    expected += "\n<i>1</i>\n";
+    EXPECT_EQ(both.out, expected);
+}
+
+TEST_F(CliBinary, MarkupOfAFailedParse)
+{
+    const ToolRun result = run("--format markup -", "");
+    EXPECT_EQ(result.status, 12);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, messageLine("-", kNoDocument));
 }
 
 }  // namespace

@@ -121,6 +121,7 @@ if(TARGET domparse_reader)
   domparse_windows_test_folder(tools domparse_core domparse_platform domparse_reader domparse_cli_format)
   domparse_windows_test_folder(e2e domparse domparse_reader)
   domparse_windows_test_folder(mode1 domparse_core domparse_platform domparse_reader)
+  domparse_windows_test_folder(markup domparse_core domparse_platform domparse_reader)
 endif()
 
 # The Windows build's own tests: the DLL's export and import tables, its

@@ -48,6 +48,7 @@ enum class OutputFormat {
     Json,
     Stats,
     Image,
+    Markup,
 };
 
 // The parse mode: 2 is what DOM_Parse runs, 1 case folding parsing.
@@ -71,7 +72,7 @@ const char kHelp[] =
     "document image it returns.\n"
     "\n"
     "options:\n"
-    "  --format NAME  tree (default), json, stats or image\n"
+    "  --format NAME  tree (default), json, stats, image or markup\n"
     "  --mode N       2 (default): parse with DOM_Parse, case preserving;\n"
     "                 1: case folding parsing through the library's internal\n"
     "                 entry, with html, head and body kept in the tree\n"
@@ -103,6 +104,11 @@ const char kHelp[] =
     "  stats  one line per file: node counts by kind, attributes, strings,\n"
     "         image and input size in bytes, parse time in ms and MB/s\n"
     "  image  the raw image bytes (one FILE only)\n"
+    "  markup the parsed document written back as markup text, in UTF-8 and\n"
+    "         ended by a line feed; a lone surrogate is written as U+FFFD.\n"
+    "         It comes from the parsed tree itself (the library's internal\n"
+    "         markup output), not from the image. With several files each\n"
+    "         text follows a line # FILE.\n"
     "\n"
     "exit status:\n"
     "  0 every file parsed; 64 usage error; 66 a file could not be read;\n"
@@ -110,6 +116,41 @@ const char kHelp[] =
     "  be created; 74 the output could not be written; otherwise 10 + the\n"
     "  result code of the last failed parse: 11 bad record, 12 no document,\n"
     "  13 out of memory.\n";
+
+// UTF-16 text as UTF-8: surrogate pairs are joined, and a lone surrogate,
+// which UTF-8 cannot carry, becomes U+FFFD.
+std::string utf8Of(const UString& text)
+{
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        std::uint32_t codePoint = text[i];
+        const bool high = codePoint >= 0xD800 && codePoint <= 0xDBFF;
+        const bool low = codePoint >= 0xDC00 && codePoint <= 0xDFFF;
+        if (high && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
+            codePoint = 0x10000 + ((codePoint - 0xD800) << 10) + (text[i + 1] - 0xDC00u);
+            ++i;
+        } else if (high || low) {
+            codePoint = 0xFFFD;
+        }
+        if (codePoint < 0x80) {
+            out += static_cast<char>(codePoint);
+        } else if (codePoint < 0x800) {
+            out += static_cast<char>(0xC0 | (codePoint >> 6));
+            out += static_cast<char>(0x80 | (codePoint & 0x3F));
+        } else if (codePoint < 0x10000) {
+            out += static_cast<char>(0xE0 | (codePoint >> 12));
+            out += static_cast<char>(0x80 | ((codePoint >> 6) & 0x3F));
+            out += static_cast<char>(0x80 | (codePoint & 0x3F));
+        } else {
+            out += static_cast<char>(0xF0 | (codePoint >> 18));
+            out += static_cast<char>(0x80 | ((codePoint >> 12) & 0x3F));
+            out += static_cast<char>(0x80 | ((codePoint >> 6) & 0x3F));
+            out += static_cast<char>(0x80 | (codePoint & 0x3F));
+        }
+    }
+    return out;
+}
 
 // A usage error is one line on standard error, pointing at the help.
 int usageError(const std::string& message)
@@ -124,6 +165,7 @@ std::optional<OutputFormat> formatNamed(const std::string& name)
     if (name == "json") return OutputFormat::Json;
     if (name == "stats") return OutputFormat::Stats;
     if (name == "image") return OutputFormat::Image;
+    if (name == "markup") return OutputFormat::Markup;
     return std::nullopt;
 }
 
@@ -281,6 +323,10 @@ private:
         record.version = DOM_RECORD_VERSION;
         record.inputKind = options.utf16 ? DOM_INPUT_UTF16 : DOM_INPUT_BYTES;
         record.result = 0;
+        if (options.format == OutputFormat::Markup) {
+            printMarkup(file, input, static_cast<std::uint32_t>(size), record);
+            return;
+        }
         ImageBlock block;
         // Only the library's call is timed: reading and printing are the tool's.
         const auto start = std::chrono::steady_clock::now();
@@ -303,6 +349,23 @@ private:
         const ParseMeasure measure{
             size, std::chrono::duration<double, std::milli>(stop - start).count()};
         printImage(file, block, record.result, measure);
+    }
+
+    // Markup has no image behind it: the internal entry parses and writes the
+    // finished tree as text, under the chosen mode.
+    void printMarkup(const std::string& file, std::vector<std::uint8_t>& input, std::uint32_t size,
+                     DOM_ParseRecord& record)
+    {
+        UString markup;
+        const std::uint32_t result =
+            parseToMarkup(input.data(), size, &record, options.mode, markup);
+        if (result != DOM_RESULT_OK) {
+            fail(file, describeResult(result));
+            lastFailedResult = result;
+            return;
+        }
+        if (options.files.size() > 1) out << "# " << file << '\n';
+        out << utf8Of(markup) << '\n';
     }
 
     void printImage(const std::string& file, ImageBlock& block, std::uint32_t imageSize,
@@ -333,6 +396,9 @@ private:
             break;
         case OutputFormat::Image:
             out.write(static_cast<const char*>(bytes), imageSize);
+            break;
+        case OutputFormat::Markup:
+            // Written by printMarkup without an image.
             break;
         }
     }
