@@ -17,13 +17,6 @@ namespace {
 constexpr int kMaxPasses = 8;
 constexpr int kMaxInnerRounds = 3;
 
-// Where a node placed under the common ancestor goes when that ancestor is
-// part of a table's structure: in front of the table.
-bool fostersUnder(TagId tag)
-{
-    return isTableStructure(tag);
-}
-
 Element& asElement(const NodeRef& node)
 {
     return static_cast<Element&>(*node);
@@ -34,6 +27,20 @@ Element& asElement(const NodeRef& node)
 NodeRef cloneFromToken(const NodeRef& element)
 {
     return std::make_shared<Element>(asElement(element).getToken());
+}
+
+// The furthest block: of the special elements above the formatting element at
+// `position`, the one nearest to it. The walk comes down from the top, each
+// special element overwriting the one before. Unknown names are never special.
+NodeRef furthestBlockAbove(const OpenElementStack& stack, std::size_t position)
+{
+    NodeRef furthestBlock;
+    for (std::size_t above = stack.size(); above-- > position + 1;) {
+        if (asElement(stack[above]).getCategory() == TagCategory::Special) {
+            furthestBlock = stack[above];
+        }
+    }
+    return furthestBlock;
 }
 
 }  // namespace
@@ -63,15 +70,8 @@ void TreeConstructor::runAdoptionAgency(const TokenRef& token)
             reportToken(ParseErrorCode::UnspecifiedEndTagError03InBody, token);
         }
 
-        // The furthest block: of the special elements above the formatting
-        // element, the one nearest to it.
-        NodeRef furthestBlock;
-        for (std::size_t position = openElements.size();
-             position-- > static_cast<std::size_t>(formattingPosition) + 1;) {
-            if (openElement(position).getCategory() == TagCategory::Special) {
-                furthestBlock = openElements[position];
-            }
-        }
+        NodeRef furthestBlock =
+            furthestBlockAbove(openElements, static_cast<std::size_t>(formattingPosition));
         if (!furthestBlock) {
             popToDepth(static_cast<std::size_t>(formattingPosition));
             activeFormatting.removeElement(formatting.get());
@@ -84,8 +84,9 @@ void TreeConstructor::runAdoptionAgency(const TokenRef& token)
         Element& commonAncestor = checkedOpenElement(below);
         NodeRef lastNode = moveFormattingAboveFurthestBlock(formatting, furthestBlock);
 
+        // Under a table's structure the node goes in front of the table.
         removeChild(lastNode.get(), lastNode->parent);
-        if (fostersUnder(commonAncestor.getTagId())) {
+        if (isTableStructure(commonAncestor.getTagId())) {
             insertFosterParented(lastNode);
         } else {
             appendChild(lastNode, &commonAncestor);
@@ -121,8 +122,7 @@ NodeRef TreeConstructor::moveFormattingAboveFurthestBlock(const NodeRef& formatt
         if (position >= 0) {
             node = openElements.at(static_cast<std::size_t>(position) - 1);
         } else {
-            // Erased in the round before: go on from the entry that was below
-            // it.
+            // Erased in the round before: on from the entry that was below it.
             node = std::move(savedNeighbour);
             savedNeighbour.reset();
         }

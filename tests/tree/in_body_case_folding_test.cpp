@@ -234,6 +234,44 @@ TEST(CaseFoldingSelfClosing, KnownTagsStayOpenAndAreReported)
     EXPECT_EQ(body(run), "<div> ns=0\n  \"x\"\n  <br> ns=0\n  \"y\"\n  <svg> ns=2\n");
 }
 
+TEST(CaseFoldingEndTags, BodyEndTagChangesOnlyTheMode)
+{
+    TreeRun run(u"<p>a</body>", 1);
+    ASSERT_TRUE(run.runToEnd());
+    EXPECT_EQ(run.errors->treeCodes(), Codes{});
+    EXPECT_EQ(run.constructor->insertionMode, InsertionMode::AfterBody);
+    EXPECT_EQ(stackNames(*run.constructor), "(html) body p");
+}
+
+TEST(CaseFoldingEndTags, HtmlEndTagWithTheHtmlElementAloneEmptiesTheStack)
+{
+    TreeFeed feed(1);
+    TreeConstructor& tree = *feed.constructor;
+    tree.createHtmlRoot();
+    tree.insertionMode = InsertionMode::InBody;
+    TagTokenRef end = feed.end(u"html");
+    EXPECT_FALSE(end->ignored);
+    EXPECT_TRUE(tree.openElements.empty());
+    EXPECT_FALSE(tree.currentNode);
+    // An element made afterwards has no parent to join. (The walk asked the
+    // html element for its name, which filled it from the tag table.)
+    feed.start(u"div");
+    EXPECT_EQ(feed.tree(), "<html> ns=0\n");
+    EXPECT_EQ(stackNames(tree), "div");
+}
+
+TEST(CaseFoldingEndTags, ParagraphEndTagWithoutParagraphMakesOne)
+{
+    TreeFeed feed(1);
+    feed.start(u"div");
+    TagTokenRef end = feed.end(u"p");
+    EXPECT_FALSE(end->ignored);
+    EXPECT_EQ(feed.errors->treeCodes(), Codes{144});
+    EXPECT_EQ(feed.tree(), "<(html)> ns=0\n  <head> ns=0\n  <body> ns=0\n    <div> ns=0\n"
+                           "      <p> ns=0\n");
+    EXPECT_EQ(stackNames(*feed.constructor), "(html) body div");
+}
+
 TEST(CaseFoldingEndOfFile, OpenDivIsReportedOnceAndStays)
 {
     TreeRun run(u"<div><span>", 1);
