@@ -6,10 +6,7 @@
 // of case folding parsing.
 //
 // A case may give its expected document as markup (#markup) instead of an
-// image tree or beside it. Cases whose formatting elements with attributes are
-// cloned need it: a clone shares its attribute objects with the element it was
-// made from, so the image lists one attribute under two elements, and the
-// reader refuses such an image (see entry_test.cpp).
+// image tree or beside it.
 
 #include <gtest/gtest.h>
 

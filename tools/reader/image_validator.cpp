@@ -115,9 +115,9 @@ private:
     DOMImage& image;
     const unsigned char* bytes;
     std::string message;
-    // The attribute index the next attribute list entry must hold: attributes
-    // are numbered in the order their elements come in the node table.
-    std::uint32_t nextAttribute = 0;
+    // Entries of all attribute lists so far. Their sum equals the attribute
+    // table's count: the writer makes one record per element and attribute.
+    std::uint32_t listedAttributes = 0;
 };
 
 bool ImageValidator::checkHeader()
@@ -414,9 +414,9 @@ bool ImageValidator::checkNodeReferences()
             return false;
         }
     }
-    if (nextAttribute != image.attributeCount) {
+    if (listedAttributes != image.attributeCount) {
         return refuse("attribute table: %" PRIu32 " attributes, but the elements list %" PRIu32,
-                      image.attributeCount, nextAttribute);
+                      image.attributeCount, listedAttributes);
     }
     return true;
 }
@@ -445,14 +445,10 @@ bool ImageValidator::checkElementReferences(std::uint32_t index)
                           " is out of range (%" PRIu32 " attributes)",
                           index, attribute, image.attributeCount);
         }
-        // Each attribute belongs to exactly one element, numbered in the order
-        // of the elements: anything else would share or lose an attribute.
-        if (attribute != nextAttribute) {
-            return refuse("node %" PRIu32 ": attribute index %" PRIu32
-                          " is not the next attribute in document order (%" PRIu32 ")",
-                          index, attribute, nextAttribute);
-        }
-        ++nextAttribute;
+        // An index need not be the element's own record: an element copied
+        // from another shares its attribute objects, and both lists then name
+        // the record written last for them.
+        ++listedAttributes;
     }
     const std::uint32_t declarationCount = nodeField(index, kDeclarationCountField);
     const std::uint32_t declarations = list + 4 * attributeCount;
