@@ -372,6 +372,16 @@ void writeJsonFailure(std::string_view file, std::uint32_t result, std::string_v
     flush(buffer, out);
 }
 
+void writeJsonReadFailure(std::string_view file, std::string_view error, std::ostream& out)
+{
+    std::string buffer = "{\"file\":";
+    appendJsonBytes(buffer, file);
+    buffer += ",\"result\":null,\"error\":";
+    appendJsonBytes(buffer, error);
+    buffer += "}\n";
+    flush(buffer, out);
+}
+
 void writeStats(const DOMImage* image, std::string_view file, const ParseMeasure& measure,
                 std::ostream& out)
 {

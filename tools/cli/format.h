@@ -44,6 +44,10 @@ void writeJson(const DOMImage* image, std::string_view file, std::ostream& out);
 void writeJsonFailure(std::string_view file, std::uint32_t result, std::string_view error,
                       std::ostream& out);
 
+// A JSON line for a file that could not be read, so that no parse result
+// exists: {"file":...,"result":null,"error":...}.
+void writeJsonReadFailure(std::string_view file, std::string_view error, std::ostream& out);
+
 // What the tool measured around the parse of one file.
 struct ParseMeasure {
     std::uint64_t inputSize = 0;

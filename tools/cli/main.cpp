@@ -27,6 +27,8 @@
 #if defined(_WIN32)
 #include <fcntl.h>
 #include <io.h>
+#else
+#include <unistd.h>
 #endif
 
 namespace Parsers::Cli {
@@ -69,7 +71,11 @@ const char kHelp[] =
     "usage: domparse [options] FILE...\n"
     "\n"
     "Parses each FILE (- for standard input) with DOM_Parse and prints the\n"
-    "document image it returns.\n"
+    "document image it returns. Every FILE is parsed, also after one failed;\n"
+    "each failure is told on standard error as \"domparse: FILE: reason\".\n"
+    "With several files a line \"domparse: N files, P parsed, F failed\" ends\n"
+    "the run on standard error, and while they are parsed a progress line\n"
+    "counts them there when standard error is a terminal.\n"
     "\n"
     "options:\n"
     "  --format NAME  tree (default), json, stats, image or markup\n"
@@ -79,8 +85,10 @@ const char kHelp[] =
     "  --utf16        the input is UTF-16 little-endian text (input kind 1);\n"
     "                 otherwise the library finds out the encoding of the bytes\n"
     "  -o FILE        write the output to FILE instead of standard output\n"
-    "  --version      print the library version (DOM_GetVersion)\n"
+    "  --             every later argument is a FILE, even one starting with -\n"
+    "  --version      print the tool's version and the library's (DOM_GetVersion)\n"
     "  -h, --help     print this help\n"
+    "  --format=NAME and --mode=N are the same as the forms in two words.\n"
     "\n"
     "formats:\n"
     "  tree   one node per line, indented two spaces per level:\n"
@@ -95,12 +103,15 @@ const char kHelp[] =
     "         surrogates and non-characters. Lines deeper than 100 levels are\n"
     "         indented as level 100 and start with @DEPTH. With several files\n"
     "         each tree follows a line # FILE.\n"
-    "  json   one JSON object per file and line:\n"
+    "  json   one JSON object per file and line (JSON Lines), in the order of\n"
+    "         the files:\n"
     "           {\"file\":...,\"result\":0,\"imageSize\":N,\"nodes\":[...]}\n"
     "         elements {\"name\",\"prefix\",\"tagId\",\"namespaceUri\",\"attributes\":\n"
     "         [{\"name\",\"prefix\",\"namespaceUri\",\"attributeId\",\"value\"}],\"children\"},\n"
     "         texts {\"text\"}, comments {\"comment\"}; absent fields are null.\n"
-    "         A failed parse gives {\"file\":...,\"result\":N,\"error\":...}.\n"
+    "         A file that failed gives {\"file\":...,\"result\":R,\"error\":...}, where\n"
+    "         R is the result code of a failed parse, 0 when the library returned\n"
+    "         a malformed image, and null when the file could not be read.\n"
     "  stats  one line per file: node counts by kind, attributes, strings,\n"
     "         image and input size in bytes, parse time in ms and MB/s\n"
     "  image  the raw image bytes (one FILE only)\n"
@@ -111,11 +122,12 @@ const char kHelp[] =
     "         text follows a line # FILE.\n"
     "\n"
     "exit status:\n"
-    "  0 every file parsed; 64 usage error; 66 a file could not be read;\n"
-    "  70 the library returned a malformed image; 73 the output file could not\n"
-    "  be created; 74 the output could not be written; otherwise 10 + the\n"
-    "  result code of the last failed parse: 11 bad record, 12 no document,\n"
-    "  13 out of memory.\n";
+    "  0 every file parsed. 64 usage error, 73 the output file could not be\n"
+    "  created: nothing was parsed. When any file failed, the first that\n"
+    "  applies of: 66 a file could not be read; 70 the library returned a\n"
+    "  malformed image; 10 + the result code of the last failed parse: 11 bad\n"
+    "  record, 12 no document, 13 out of memory. 74 the output could not be\n"
+    "  written, which comes before all of these.\n";
 
 // UTF-16 text as UTF-8: surrogate pairs are joined, and a lone surrogate,
 // which UTF-8 cannot carry, becomes U+FFFD.
@@ -279,6 +291,61 @@ struct DOMImageCloser {
     void operator()(DOMImage* image) const { DOMImage_Close(image); }
 };
 
+bool standardErrorIsTerminal()
+{
+#if defined(_WIN32)
+    return _isatty(_fileno(stderr)) != 0;
+#else
+    return ::isatty(STDERR_FILENO) != 0;
+#endif
+}
+
+// A line on standard error that counts the files done, redrawn in place after
+// a carriage return, for runs over several files when standard error is a
+// terminal (never in a pipe or a log file). It is redrawn at most ten times a
+// second, so that printing it never slows down a run over many small files,
+// and it is wiped before any other message and at the end. Plain spaces wipe
+// it, not a terminal control sequence, so that any terminal shows it right.
+class ProgressLine {
+public:
+    explicit ProgressLine(std::size_t fileCount)
+        : total(fileCount), enabled(fileCount > 1 && standardErrorIsTerminal())
+    {
+    }
+
+    void show(std::size_t done, std::size_t failed)
+    {
+        if (!enabled) return;
+        const auto now = std::chrono::steady_clock::now();
+        if (drawn && now - lastDrawn < std::chrono::milliseconds(100)) return;
+        std::string text = "domparse: " + std::to_string(done) + "/" + std::to_string(total) +
+                           " files";
+        if (failed) text += ", " + std::to_string(failed) + " failed";
+        const std::size_t length = text.size();
+        if (length < shownLength) text.append(shownLength - length, ' ');
+        std::cerr << '\r' << text << std::flush;
+        shownLength = length;
+        drawn = true;
+        lastDrawn = now;
+    }
+
+    void wipe()
+    {
+        if (!shownLength) return;
+        std::cerr << '\r' << std::string(shownLength, ' ') << '\r' << std::flush;
+        shownLength = 0;
+        // The next show draws at once, so the line comes back after a message.
+        drawn = false;
+    }
+
+private:
+    std::size_t total;
+    bool enabled;
+    bool drawn = false;
+    std::size_t shownLength = 0;
+    std::chrono::steady_clock::time_point lastDrawn;
+};
+
 class Tool {
 public:
     Tool(const Options& chosen, std::ostream& output) : options(chosen), out(output) {}
@@ -286,9 +353,19 @@ public:
     // Parses every file and returns the exit status. Every file is tried even
     // after a failure; an unreadable file outranks a bad image, which outranks
     // a failed parse, since those point at the caller's or the tool's side.
+    // A run over several files ends with a summary line on standard error.
     int run()
     {
-        for (const std::string& file : options.files) processFile(file);
+        std::size_t failed = 0;
+        for (std::size_t done = 0; done < options.files.size(); ++done) {
+            progress.show(done, failed);
+            if (!processFile(options.files[done])) ++failed;
+        }
+        progress.wipe();
+        if (options.files.size() > 1) {
+            std::cerr << "domparse: " << options.files.size() << " files, "
+                      << options.files.size() - failed << " parsed, " << failed << " failed\n";
+        }
         if (unreadable) return kExitNoInput;
         if (badImage) return kExitBadImage;
         if (lastFailedResult) return kExitParseBase + static_cast<int>(lastFailedResult);
@@ -298,24 +375,33 @@ public:
 private:
     void fail(const std::string& file, const std::string& message)
     {
+        progress.wipe();
         std::cerr << "domparse: " << file << ": " << message << '\n';
     }
 
-    void processFile(const std::string& file)
+    // A file that could not be read has no parse result; in JSON it still
+    // has its line, so that every file has one.
+    void failToRead(const std::string& file, const std::string& message)
+    {
+        fail(file, message);
+        if (options.format == OutputFormat::Json) writeJsonReadFailure(file, message, out);
+        unreadable = true;
+    }
+
+    // Parses and prints one file; false when it failed in any way.
+    bool processFile(const std::string& file)
     {
         std::vector<std::uint8_t> input;
         std::string error;
         if (!readInput(file, input, error)) {
-            fail(file, "cannot read: " + error);
-            unreadable = true;
-            return;
+            failToRead(file, "cannot read: " + error);
+            return false;
         }
         // DOM_Parse takes the size in 32 bits, and the padding must fit too.
         const std::size_t size = input.size();
         if (size > UINT32_MAX - DOM_INPUT_PADDING) {
-            fail(file, "cannot read: larger than 4 GiB");
-            unreadable = true;
-            return;
+            failToRead(file, "cannot read: larger than 4 GiB");
+            return false;
         }
         // The library rewrites the buffer and looks one unit past the text.
         input.resize(size + DOM_INPUT_PADDING, 0);
@@ -324,8 +410,7 @@ private:
         record.inputKind = options.utf16 ? DOM_INPUT_UTF16 : DOM_INPUT_BYTES;
         record.result = 0;
         if (options.format == OutputFormat::Markup) {
-            printMarkup(file, input, static_cast<std::uint32_t>(size), record);
-            return;
+            return printMarkup(file, input, static_cast<std::uint32_t>(size), record);
         }
         ImageBlock block;
         // Only the library's call is timed: reading and printing are the tool's.
@@ -344,16 +429,16 @@ private:
                 writeJsonFailure(file, result, describeResult(result), out);
             }
             lastFailedResult = result;
-            return;
+            return false;
         }
         const ParseMeasure measure{
             size, std::chrono::duration<double, std::milli>(stop - start).count()};
-        printImage(file, block, record.result, measure);
+        return printImage(file, block, record.result, measure);
     }
 
     // Markup has no image behind it: the internal entry parses and writes the
     // finished tree as text, under the chosen mode.
-    void printMarkup(const std::string& file, std::vector<std::uint8_t>& input, std::uint32_t size,
+    bool printMarkup(const std::string& file, std::vector<std::uint8_t>& input, std::uint32_t size,
                      DOM_ParseRecord& record)
     {
         UString markup;
@@ -362,13 +447,14 @@ private:
         if (result != DOM_RESULT_OK) {
             fail(file, describeResult(result));
             lastFailedResult = result;
-            return;
+            return false;
         }
         if (options.files.size() > 1) out << "# " << file << '\n';
         out << utf8Of(markup) << '\n';
+        return true;
     }
 
-    void printImage(const std::string& file, ImageBlock& block, std::uint32_t imageSize,
+    bool printImage(const std::string& file, ImageBlock& block, std::uint32_t imageSize,
                     const ParseMeasure& measure)
     {
         // The image is checked before anything reads it: a library fault must
@@ -377,10 +463,14 @@ private:
         DOMImage* opened = nullptr;
         char message[256];
         if (!bytes || DOMImage_Open(bytes, imageSize, &opened, message, sizeof message) != 0) {
-            fail(file, std::string("the library returned a malformed image: ") +
-                           (bytes ? message : "the block cannot be locked"));
+            const std::string error = std::string("the library returned a malformed image: ") +
+                                      (bytes ? message : "the block cannot be locked");
+            fail(file, error);
+            if (options.format == OutputFormat::Json) {
+                writeJsonFailure(file, DOM_RESULT_OK, error, out);
+            }
             badImage = true;
-            return;
+            return false;
         }
         std::unique_ptr<DOMImage, DOMImageCloser> image(opened);
         switch (options.format) {
@@ -401,10 +491,12 @@ private:
             // Written by printMarkup without an image.
             break;
         }
+        return true;
     }
 
     const Options& options;
     std::ostream& out;
+    ProgressLine progress{options.files.size()};
     bool unreadable = false;
     bool badImage = false;
     std::uint32_t lastFailedResult = 0;
@@ -419,7 +511,8 @@ int runTool(int argc, char** argv)
         return kExitOk;
     }
     if (options.version) {
-        std::cout << DOM_GetVersion() << '\n';
+        std::cout << "domparse " << DOMPARSE_PROJECT_VERSION << " (library version "
+                  << DOM_GetVersion() << ")\n";
         return kExitOk;
     }
     std::ofstream file;
