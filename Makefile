@@ -25,6 +25,12 @@ demo: build
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
+# The Debian package of all that `cmake --install` installs, built first:
+# $(BUILD)/domparse_<version>_<architecture>.deb (cmake/packaging.cmake).
+.PHONY: package
+package: build
+	cmake --build $(BUILD) --target package
+
 clean:
 	rm -rf $(BUILD)
 

@@ -4,7 +4,7 @@
 # other user it prints the one command that would do it and fails.
 set -euo pipefail
 
-packages=(g++ cmake make libgtest-dev python3 binutils)
+packages=(g++ cmake make libgtest-dev python3 binutils pkg-config)
 
 missing=()
 for package in "${packages[@]}"; do
