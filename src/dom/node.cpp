@@ -175,6 +175,21 @@ void appendCharacter(char16_t unit, Node* parent)
     linkAsLastChild(std::move(text), parent->children);
 }
 
+void appendCharacters(const char16_t* units, std::size_t count, Node* parent)
+{
+    if (count == 0 || !canHoldChildren(parent)) return;
+    Node* last = parent->lastChild();
+    if (isTextNode(last)) {
+        static_cast<CharacterData*>(last)->data.append(units, count);
+        return;
+    }
+    // The first unit makes the text node, the others extend it.
+    auto text = std::make_shared<TextNode>(units[0]);
+    text->data.append(units + 1, count - 1);
+    text->parent = parent;
+    linkAsLastChild(std::move(text), parent->children);
+}
+
 void insertCharacterBefore(char16_t unit, NodeRef reference, Node* parent)
 {
     insertBefore(std::make_shared<TextNode>(unit), std::move(reference), parent);

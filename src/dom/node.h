@@ -150,6 +150,8 @@ void appendChild(NodeRef child, Node* parent);
 void insertBefore(NodeRef child, NodeRef reference, Node* parent);
 // Appends one unit of text: extends a last TextNode or starts a new one.
 void appendCharacter(char16_t unit, Node* parent);
+// Appends the units as appendCharacter would one by one (nothing for none).
+void appendCharacters(const char16_t* units, std::size_t count, Node* parent);
 // Inserts one unit of text in front of reference, as insertBefore does.
 void insertCharacterBefore(char16_t unit, NodeRef reference, Node* parent);
 // Unlinks child from parent. Returns it, or null when child is not parent's.

@@ -39,9 +39,4 @@ UString CharacterStream::consumeText(std::uint32_t count)
     return text;
 }
 
-void CharacterStream::skip(std::uint32_t count)
-{
-    for (std::uint32_t left = std::min(count, remaining); left > 0; --left) consume();
-}
-
 }  // namespace Parsers

@@ -3,8 +3,9 @@
 // states share.
 //
 // At the end of input a text state emits an end of file token and stays where it
-// is; the driver's loop then stops. Text goes out one unit per receiver call:
-// nothing here allocates per unit.
+// is; the driver's loop then stops. Text goes out as runs up to the next unit
+// that means something to the state, where the receiver takes runs, and one
+// unit per receiver call otherwise: nothing here allocates per unit.
 #include "tokenizer/tokenizer.h"
 
 namespace Parsers {
@@ -30,7 +31,7 @@ void Tokenizer::dataState()
         emitCharacter(0);
         return;
     default:
-        emitCharacter(c);
+        emitCharacterRun<u'&', u'<', 0>();
         return;
     }
 }
@@ -89,7 +90,9 @@ void Tokenizer::textContentState(const TextContentRules& rules)
         transitionTo(rules.lessThanSign);
         return;
     default:
-        emitCharacter(c);
+        // A run also stops at a '&' where it is no reference: the next step
+        // emits it as any other unit, and the run goes on from there.
+        emitCharacterRun<u'&', u'<', 0>();
         return;
     }
 }
@@ -110,7 +113,7 @@ void Tokenizer::plaintextState()
         emitCharacter(u'\uFFFD');
         return;
     }
-    emitCharacter(c);
+    emitCharacterRun<0>();
 }
 
 void Tokenizer::finishTextLessThanSign(char16_t c, const TextEndTagFamily& family)

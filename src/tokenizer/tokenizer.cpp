@@ -34,6 +34,10 @@ Tokenizer::~Tokenizer()
 void Tokenizer::addReceiver(std::shared_ptr<TokenReceiver> receiver)
 {
     receivers.push_back(std::move(receiver));
+    // Runs go to a receiver only while it is alone: with two, each unit must
+    // reach both before the next unit reaches either.
+    runReceiver = receivers.size() == 1 ? dynamic_cast<CharacterRunReceiver*>(receivers[0].get())
+                                        : nullptr;
 }
 
 void Tokenizer::step()
@@ -191,11 +195,18 @@ void Tokenizer::switchTo(TokenizerState newState)
     transitionTo(newState);
 }
 
-// One call per unit and receiver, with the live position of the stream: text
-// is never buffered into runs.
+// One call per unit and receiver, with the live position of the stream. Text
+// goes this way wherever no receiver takes it in runs (emitCharacterRun).
 void Tokenizer::emitCharacter(char16_t unit)
 {
     for (const auto& receiver : receivers) receiver->processCharacter(unit, &stream->position);
+}
+
+void Tokenizer::emitTextRun(std::uint32_t following)
+{
+    const char16_t* start = stream->next - 1;
+    stream->skip(following);
+    runReceiver->processCharacterRun(start, following + 1);
 }
 
 void Tokenizer::emitTemporaryBuffer()

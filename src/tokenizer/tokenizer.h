@@ -15,6 +15,7 @@
 #include "tokenizer/character_stream.h"
 #include "tokenizer/parse_errors.h"
 #include "tokenizer/token.h"
+#include "tokenizer/unit_scan.h"
 
 namespace Parsers {
 
@@ -275,6 +276,11 @@ public:
     void switchTo(TokenizerState newState);
 
     void emitCharacter(char16_t unit);
+    // Emits `current`, a unit that the state emits as it stands, and with it,
+    // when the receiver takes text in runs, every unit behind it up to the next
+    // unit of the stop set: the units a state emits alike (see emitTextRun).
+    template <char16_t... Stops>
+    void emitCharacterRun();
     void emitTemporaryBuffer();
     void emitToken(TokenRef token);
     void emitCurrentTag();
@@ -308,6 +314,13 @@ public:
     std::uint32_t parseMode;
 
 private:
+    // The only receiver, when it takes text in runs; set by addReceiver and
+    // used while it is still the only one.
+    CharacterRunReceiver* runReceiver = nullptr;
+    // Hands the run from `current` on, `following` units behind it included,
+    // to runReceiver, moving the stream over them.
+    void emitTextRun(std::uint32_t following);
+
     // Frame helpers shared by the states.
     char16_t consumeUnit()
     {
@@ -435,6 +448,16 @@ private:
     // The next six units from `current` on, folded, equal the keyword.
     bool currentBeginsKeyword(const char16_t* keyword) const;
 };
+
+template <char16_t... Stops>
+void Tokenizer::emitCharacterRun()
+{
+    if (runReceiver && receivers.size() == 1 && runReceiver->acceptsCharacterRun()) {
+        emitTextRun(unitsBeforeStop<Stops...>(stream->next, stream->remaining));
+        return;
+    }
+    emitCharacter(stream->current);
+}
 
 // Character classes of the tokenizer. Its space is tab, line feed, form feed
 // and space: unlike the tree constructor's whitespace it leaves out 0x0B, and a

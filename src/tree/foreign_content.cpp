@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tokenizer/unit_scan.h"
 #include "tree/tag_sets.h"
 #include "tree/tree_constructor.h"
 
@@ -53,6 +54,29 @@ void TreeConstructor::processForeignCharacter(char16_t unit)
     }
     appendCharacter(unit, currentNode.get());
     if (!isForeignSpace(unit)) framesetOk = false;
+}
+
+void TreeConstructor::processForeignCharacters(const char16_t* units, std::uint32_t count)
+{
+    // The stretches between NULs are appended whole, each NUL as U+FFFD.
+    const char16_t* const end = units + count;
+    while (units != end) {
+        const char16_t* stretch = units;
+        units += unitsBeforeStop<0>(units, static_cast<std::uint32_t>(end - units));
+        appendCharacters(stretch, static_cast<std::size_t>(units - stretch), currentNode.get());
+        if (units == end) break;
+        appendCharacter(kReplacementCharacter, currentNode.get());
+        ++units;
+    }
+    // Once cleared, the flag stays cleared: only the first unit that clears it
+    // is worth looking for.
+    if (!framesetOk) return;
+    for (const char16_t* unit = end - count; unit != end; ++unit) {
+        if (*unit != 0 && !isForeignSpace(*unit)) {
+            framesetOk = false;
+            return;
+        }
+    }
 }
 
 void TreeConstructor::processForeignToken(const TokenRef& token)

@@ -52,14 +52,22 @@ bool TreeConstructor::currentNodeHasTag(TagId tag) const
 
 void TreeConstructor::processCharacter(char16_t unit, const TextPosition* position)
 {
-    // The hot path: under case preserving parsing nearly every unit lands in an
-    // element without a namespace and goes straight to the foreign rules.
-    if (currentNode && currentNode->namespaceId != NamespaceId::Html &&
-        !isHtmlIntegrationPoint(currentElement())) {
+    // Under case preserving parsing nearly every unit lands in an element
+    // without a namespace and goes straight to the foreign rules; most come
+    // there in runs (processCharacterRun).
+    if (takesForeignCharacters()) {
         processForeignCharacter(unit);
         return;
     }
     dispatchCharacter(unit, position, 0);
+}
+
+// The foreign rules change neither the current node nor anything that the
+// choice of rules depends on, so every unit of the run goes where the first
+// one goes.
+void TreeConstructor::processCharacterRun(const char16_t* units, std::uint32_t count)
+{
+    processForeignCharacters(units, count);
 }
 
 void TreeConstructor::processToken(TokenRef token)

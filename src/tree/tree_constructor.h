@@ -75,7 +75,9 @@ constexpr bool isWhitespaceUnit(char16_t unit)
     return unit == u' ' || (unit >= 0x09 && unit <= 0x0D);
 }
 
-class TreeConstructor : public TokenReceiver, public CurrentNodeQuery {
+class TreeConstructor final : public TokenReceiver,
+                              public CharacterRunReceiver,
+                              public CurrentNodeQuery {
 public:
     // The deepest nesting of dispatches that a token may cause. The chains of
     // the rules are a handful of calls deep; a few rules of case folding
@@ -96,6 +98,11 @@ public:
     void processCharacter(char16_t unit, const TextPosition* position) override;
     void processToken(TokenRef token) override;
     ~TreeConstructor() override;
+
+    // Runs of text: taken while they go to the foreign content rules, which
+    // append every unit to the current node and read no position.
+    bool acceptsCharacterRun() override { return takesForeignCharacters(); }
+    void processCharacterRun(const char16_t* units, std::uint32_t count) override;
 
     // The tokenizer's question for CDATA sections: the namespace of the current
     // node, or nothing when the stack is empty.
@@ -219,6 +226,8 @@ public:
     // Foreign content.
     void processForeignToken(const TokenRef& token);
     void processForeignCharacter(char16_t unit);
+    // The units one after the other as processForeignCharacter takes them.
+    void processForeignCharacters(const char16_t* units, std::uint32_t count);
     void adjustMathmlAttributes(const TokenRef& token);
     void adjustForeignAttributes(const TokenRef& token);
 
@@ -242,6 +251,13 @@ public:
     std::uint32_t documentKind;
 
 private:
+    // Whether a text unit goes to the foreign content rules: there is a current
+    // node, it is not in the HTML namespace, and no HTML integration point.
+    bool takesForeignCharacters()
+    {
+        return currentNode && currentNode->namespaceId != NamespaceId::Html &&
+               !isHtmlIntegrationPoint(currentElement());
+    }
     // The current node as an element; call only when currentNode is set.
     Element& currentElement() const { return static_cast<Element&>(*currentNode); }
     // Whether there is a current node and it has this tag. An empty stack has
