@@ -138,12 +138,23 @@ const NamedReference* Tokenizer::lookupNamedReference(bool& sawSemicolon)
         stream->remaining < kLongestReferenceName ? stream->remaining : kLongestReferenceName;
     if (longest < 2) return nullptr;
     const char16_t* candidate = stream->next;
+    // A ';' anywhere in reach counts, whatever the lookup finds; the first unit
+    // is never taken for one.
+    for (std::uint32_t index = 1; index < longest; ++index) {
+        if (candidate[index] == u';') sawSemicolon = true;
+    }
+    // Every name is letters and digits, with a ';' at its end or none, so no
+    // text that runs past the first other unit can be a name: only the lengths
+    // up to there are looked up. Trying every length up to the longest name
+    // instead cost a few thousand instructions per reference.
+    std::uint32_t reach = 0;
+    while (reach < longest && isAsciiAlphanumeric(candidate[reach])) ++reach;
+    if (reach < longest && candidate[reach] == u';') ++reach;
+    // Every length in reach is tried, so the longest name that matches wins
+    // ("notin;" over "not").
     const NamedReference* best = nullptr;
-    // Every length is tried, so the longest name that matches wins ("notin;"
-    // over "not"). The first unit is never taken for a ';'.
-    for (std::uint32_t length = 2; length <= longest; ++length) {
+    for (std::uint32_t length = 2; length <= reach; ++length) {
         if (const NamedReference* row = findNamedReference(candidate, length)) best = row;
-        if (candidate[length - 1] == u';') sawSemicolon = true;
     }
     if (best) stream->skip(best->length);
     return best;

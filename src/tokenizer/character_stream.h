@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "library/shared_types.h"
+#include "tokenizer/unit_scan.h"
 
 namespace Parsers {
 
@@ -49,15 +50,18 @@ public:
     UString consumeText(std::uint32_t count);
     // Consumes up to `count` units like consumeText, without copying them.
     // The states move over whole runs of text with it, so it does the work of
-    // the consumes without testing for the end at every unit.
+    // the consumes a line at a time (see skipLines).
     void skip(std::uint32_t count)
     {
-        std::uint32_t taken = count < remaining ? count : remaining;
+        const std::uint32_t taken = count < remaining ? count : remaining;
+        if (taken == 0) return;
         remaining -= taken;
-        for (; taken > 0; --taken) {
-            advancePosition();
-            current = *next++;
-        }
+        // The first unit moves the position by `current`, each later one by
+        // the unit taken before it.
+        advancePosition();
+        skipLines(next, next + taken - 1);
+        next += taken;
+        current = next[-1];
     }
 
     // The unit that the next consume will take.
@@ -75,6 +79,22 @@ public:
     std::vector<std::uint32_t> lineEndColumns;
 
 private:
+    // Moves the position over the units in [from, to) as consumes would: a
+    // column for each, a new line behind each line feed.
+    void skipLines(const char16_t* from, const char16_t* to)
+    {
+        while (from != to) {
+            const std::uint32_t plain =
+                unitsBeforeStop<u'\n'>(from, static_cast<std::uint32_t>(to - from));
+            position.column += plain;
+            from += plain;
+            if (from == to) return;
+            ++position.line;
+            lineEndColumns.push_back(position.column);
+            position.column = 1;
+            ++from;
+        }
+    }
     // Moves the position past `current`: a line feed ends its line, anything else
     // takes one column.
     void advancePosition()

@@ -18,14 +18,20 @@ void appendToValue(TagToken& tag, char16_t unit)
     tag.currentAttribute->value.push_back(unit);
 }
 
-// Letters grow the attribute name; the id found for the old name is void.
-void appendToAttributeName(TagToken& tag, char16_t unit)
-{
-    tag.currentAttribute->name.push_back(unit);
-    tag.currentAttribute->attributeId = AttributeId::Unknown;
-}
-
 }  // namespace
+
+// Letters and every other unit without a rule of its own grow an attribute
+// name, each in its own step, so a run of them is read at once (3.8 of 196
+// million instructions on five corpus documents); the id found for the old
+// name is void. Tag names are too short for a run to pay.
+void Tokenizer::appendAttributeNameRun()
+{
+    const std::u16string_view run = consumeRunFromCurrent<0, u'\t', u'\n', u'\f', u' ', u'"',
+                                                          u'\'', u'<', u'/', u':', u'=', u'>'>();
+    Attribute& attribute = *currentTag->currentAttribute;
+    appendNameRun(attribute.name, run);
+    attribute.attributeId = AttributeId::Unknown;
+}
 
 void Tokenizer::tagOpenState()
 {
@@ -175,7 +181,7 @@ void Tokenizer::attributeNameState()
         return;
     }
     if (isAsciiLetter(c)) {
-        appendToAttributeName(*currentTag, nameUnit(c));
+        appendAttributeNameRun();
         return;
     }
     switch (c) {
@@ -213,7 +219,7 @@ void Tokenizer::attributeNameState()
         emitCurrentTag();
         return;
     default:
-        currentTag->currentAttribute->name.push_back(c);
+        appendAttributeNameRun();
         return;
     }
 }
@@ -338,7 +344,10 @@ void Tokenizer::attributeValueQuotedState(char16_t quote)
         transitionTo(TokenizerState::CharacterReferenceInAttributeValue);
         return;
     default:
-        appendToValue(*currentTag, c);
+        // The value grows by the run up to the quote, a reference or a NUL.
+        currentTag->currentAttribute->value.append(quote == u'"'
+                                                       ? consumeRunFromCurrent<u'"', u'&', 0>()
+                                                       : consumeRunFromCurrent<u'\'', u'&', 0>());
         return;
     }
 }

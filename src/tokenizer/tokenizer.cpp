@@ -202,13 +202,6 @@ void Tokenizer::emitCharacter(char16_t unit)
     for (const auto& receiver : receivers) receiver->processCharacter(unit, &stream->position);
 }
 
-void Tokenizer::emitTextRun(std::uint32_t following)
-{
-    const char16_t* start = stream->next - 1;
-    stream->skip(following);
-    runReceiver->processCharacterRun(start, following + 1);
-}
-
 void Tokenizer::emitTemporaryBuffer()
 {
     for (char16_t unit : temporaryBuffer) emitCharacter(unit);
@@ -321,6 +314,15 @@ bool Tokenizer::isAppropriateEndTag() const
 char16_t Tokenizer::nameUnit(char16_t unit) const
 {
     return parseMode == kCaseFoldingMode ? toAsciiLower(unit) : unit;
+}
+
+void Tokenizer::appendNameRun(UString& name, std::u16string_view run) const
+{
+    if (parseMode != kCaseFoldingMode) {
+        name.append(run);
+        return;
+    }
+    for (char16_t unit : run) name.push_back(toAsciiLower(unit));
 }
 
 void Tokenizer::beginAttributeName(char16_t unit)

@@ -278,7 +278,7 @@ public:
     void emitCharacter(char16_t unit);
     // Emits `current`, a unit that the state emits as it stands, and with it,
     // when the receiver takes text in runs, every unit behind it up to the next
-    // unit of the stop set: the units a state emits alike (see emitTextRun).
+    // unit of the stop set: the units a state emits alike.
     template <char16_t... Stops>
     void emitCharacterRun();
     void emitTemporaryBuffer();
@@ -317,9 +317,14 @@ private:
     // The only receiver, when it takes text in runs; set by addReceiver and
     // used while it is still the only one.
     CharacterRunReceiver* runReceiver = nullptr;
-    // Hands the run from `current` on, `following` units behind it included,
-    // to runReceiver, moving the stream over them.
-    void emitTextRun(std::uint32_t following);
+    // `current` and the units behind it up to the next unit of the stop set,
+    // which stays unread: the units that the state in which `current` was
+    // read takes alike, one step each, are consumed in one go.
+    template <char16_t... Stops>
+    std::u16string_view consumeRunFromCurrent();
+    // The run appended to a tag or attribute name, each unit as nameUnit
+    // gives it.
+    void appendNameRun(UString& name, std::u16string_view run) const;
 
     // Frame helpers shared by the states.
     char16_t consumeUnit()
@@ -412,6 +417,7 @@ private:
     void characterReferenceInAttributeValueState();
     void afterAttributeValueQuotedState();
     void selfClosingStartTagState();
+    void appendAttributeNameRun();
 
     // Comment states, the markup declaration and CDATA.
     void bogusCommentState();
@@ -453,10 +459,21 @@ template <char16_t... Stops>
 void Tokenizer::emitCharacterRun()
 {
     if (runReceiver && receivers.size() == 1 && runReceiver->acceptsCharacterRun()) {
-        emitTextRun(unitsBeforeStop<Stops...>(stream->next, stream->remaining));
+        const std::u16string_view run = consumeRunFromCurrent<Stops...>();
+        runReceiver->processCharacterRun(run.data(), static_cast<std::uint32_t>(run.size()));
         return;
     }
     emitCharacter(stream->current);
+}
+
+template <char16_t... Stops>
+std::u16string_view Tokenizer::consumeRunFromCurrent()
+{
+    // A consume leaves the unit it read right in front of `next`.
+    const char16_t* start = stream->next - 1;
+    const std::uint32_t following = unitsBeforeStop<Stops...>(stream->next, stream->remaining);
+    stream->skip(following);
+    return std::u16string_view(start, following + 1);
 }
 
 // Character classes of the tokenizer. Its space is tab, line feed, form feed
@@ -472,6 +489,7 @@ constexpr bool isAsciiLetter(char16_t unit)
     return isAsciiUpper(unit) || (unit >= u'a' && unit <= u'z');
 }
 constexpr bool isAsciiDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
+constexpr bool isAsciiAlphanumeric(char16_t unit) { return isAsciiLetter(unit) || isAsciiDigit(unit); }
 constexpr char16_t toAsciiLower(char16_t unit)
 {
     return isAsciiUpper(unit) ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
