@@ -10,8 +10,10 @@ class StringTable;
 class BinarySerializable {
 public:
     // With a null destination returns the byte size of the record and writes
-    // nothing; otherwise writes the record at destination, interning its strings
-    // in stringTable, and returns the same size.
+    // nothing; given a string table as well, it numbers the record's strings in
+    // it in the order the record uses them. Otherwise writes the record at
+    // destination, interning its strings in stringTable, and returns the same
+    // size.
     virtual std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) = 0;
     virtual ~BinarySerializable() = default;
 };

@@ -66,16 +66,21 @@ void ImageBlock::grow(std::uint32_t newSize)
     blockCapacity = newSize;
 }
 
-void ImageBlock::ensureCapacity(std::uint64_t needed)
+std::uint32_t ImageBlock::doubledCapacity(std::uint32_t capacity, std::uint64_t needed)
 {
     // The capacity is a 32-bit number: an image that would not fit in one is
     // as impossible to make as one that finds no memory.
     if (needed > 0xFFFFFFFFull) throw std::bad_alloc();
-    std::uint64_t newCapacity = blockCapacity;
+    std::uint64_t newCapacity = capacity;
     while (newCapacity < needed) newCapacity *= 2;
-    if (newCapacity == blockCapacity) return;
     if (newCapacity > 0xFFFFFFFFull) throw std::bad_alloc();
-    grow(static_cast<std::uint32_t>(newCapacity));
+    return static_cast<std::uint32_t>(newCapacity);
+}
+
+void ImageBlock::ensureCapacity(std::uint64_t needed)
+{
+    const std::uint32_t newCapacity = doubledCapacity(blockCapacity, needed);
+    if (newCapacity != blockCapacity) grow(newCapacity);
 }
 
 HGLOBAL ImageBlock::detach()

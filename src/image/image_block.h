@@ -24,6 +24,10 @@ public:
     void grow(std::uint32_t newSize);
     // Grows by doubling the capacity until it holds needed bytes.
     void ensureCapacity(std::uint64_t needed);
+    // The capacity at which doubling `capacity` first holds `needed` bytes
+    // (`capacity` itself when it does). A capacity past 32 bits is an
+    // allocation failure: throws std::bad_alloc.
+    static std::uint32_t doubledCapacity(std::uint32_t capacity, std::uint64_t needed);
     // The block's address, locking it unless it is locked already.
     std::uint8_t* lock();
     void unlock();

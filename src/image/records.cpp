@@ -40,7 +40,7 @@ void writeRecordHead(FieldWriter& fields, std::uint32_t recordSize, RecordKind k
 std::uint32_t serializeCharacterData(const CharacterData& node, RecordKind kind,
                                      std::uint8_t* destination, StringTable* strings)
 {
-    if (!destination) return kCharacterDataRecordSize;
+    if (!destination && !strings) return kCharacterDataRecordSize;
     FieldWriter fields(destination);
     writeRecordHead(fields, kCharacterDataRecordSize, kind, node, 0, 0);
     fields.u32(kCharacterDataPayloadSize);
@@ -86,7 +86,7 @@ std::uint32_t Element::serialize(std::uint8_t* destination, StringTable* strings
     std::uint32_t payloadSize =
         kElementFixedPayloadSize + 4 * attributeCount + kDeclarationEntrySize * declarationCount;
     std::uint32_t recordSize = kRecordHeadSize + payloadSize + 4 * childCount;
-    if (!destination) return recordSize;
+    if (!destination && !strings) return recordSize;
 
     FieldWriter fields(destination);
     writeRecordHead(fields, recordSize, RecordKind::Element, *this, childCount,
@@ -112,7 +112,7 @@ std::uint32_t Element::serialize(std::uint8_t* destination, StringTable* strings
 template <>
 std::uint32_t Attribute::serialize(std::uint8_t* destination, StringTable* strings)
 {
-    if (!destination) return kAttributeRecordSize;
+    if (!destination && !strings) return kAttributeRecordSize;
     FieldWriter fields(destination);
     fields.u32(kAttributeRecordSize);
     // Like the tag id, an attribute id found here is not stored.

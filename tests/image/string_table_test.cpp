@@ -1,0 +1,88 @@
+// The string table of an image: numbers in the order of first use, one number
+// for equal content, and the replay of the numbering round that the writer
+// goes through before it writes the records.
+
+#include "image/string_table.h"
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <string>
+#include <vector>
+
+#include "image/image_block.h"
+
+namespace Parsers {
+namespace {
+
+TEST(StringTable, NumbersInTheOrderOfFirstUse)
+{
+    const UString a = u"alpha", b = u"beta", a2 = u"alpha", empty;
+    StringTable table;
+    EXPECT_EQ(table.intern(a), 0u);
+    EXPECT_EQ(table.intern(b), 1u);
+    EXPECT_EQ(table.intern(a2), 0u);
+    EXPECT_EQ(table.intern(empty), 2u);
+    EXPECT_EQ(table.intern(b), 1u);
+    ASSERT_EQ(table.size(), 3u);
+    EXPECT_EQ(table.strings()[0], &a);
+    EXPECT_EQ(table.strings()[2], &empty);
+    EXPECT_EQ(table.byteSize(), 2u * 5 + 2 + 2u * 4 + 2 + 2);
+}
+
+TEST(StringTable, ReplayGivesBackTheNumbersInOrder)
+{
+    const UString texts[] = {u"x", u"y", u"x", u"z", u"y"};
+    StringTable table;
+    std::vector<std::uint32_t> first;
+    for (const UString& text : texts) first.push_back(table.intern(text));
+    table.replay();
+    std::vector<std::uint32_t> second;
+    for (const UString& text : texts) second.push_back(table.intern(text));
+    EXPECT_EQ(first, (std::vector<std::uint32_t>{0, 1, 0, 2, 1}));
+    EXPECT_EQ(second, first);
+    EXPECT_EQ(table.size(), 3u);
+}
+
+TEST(StringTable, ManyStringsOfSharedBeginningsKeepTheirNumbers)
+{
+    // Far more strings than the index was sized for, of every length up to
+    // 40 units, with long shared beginnings and units above the low byte.
+    std::vector<UString> texts;
+    for (int i = 0; i < 5000; ++i) {
+        UString text(static_cast<std::size_t>(i % 41), u'\u3042');
+        text += static_cast<char16_t>(0x100 + i);
+        texts.push_back(text);
+    }
+    StringTable table(4);
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        EXPECT_EQ(table.intern(texts[i]), i);
+    }
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        const UString copy = texts[i];
+        EXPECT_EQ(table.intern(copy), i);
+    }
+    EXPECT_EQ(table.size(), texts.size());
+}
+
+TEST(StringTable, UnitsDifferingOnlyInTheHighByteAreDifferentStrings)
+{
+    const UString low = u"\u0041\u0042", high = u"\u0141\u0042";
+    StringTable table;
+    EXPECT_EQ(table.intern(low), 0u);
+    EXPECT_EQ(table.intern(high), 1u);
+}
+
+TEST(ImageBlockCapacity, DoublingEndsAtTheFirstCapacityThatHolds)
+{
+    EXPECT_EQ(ImageBlock::doubledCapacity(4096, 0), 4096u);
+    EXPECT_EQ(ImageBlock::doubledCapacity(4096, 4096), 4096u);
+    EXPECT_EQ(ImageBlock::doubledCapacity(4096, 4097), 8192u);
+    EXPECT_EQ(ImageBlock::doubledCapacity(4096, 1587006), 2097152u);
+    EXPECT_EQ(ImageBlock::doubledCapacity(4096, 0x80000000ull), 0x80000000u);
+    EXPECT_THROW(ImageBlock::doubledCapacity(4096, 0x80000001ull), std::bad_alloc);
+    EXPECT_THROW(ImageBlock::doubledCapacity(4096, 0x100000000ull), std::bad_alloc);
+}
+
+}  // namespace
+}  // namespace Parsers
