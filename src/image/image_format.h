@@ -37,22 +37,18 @@ inline void putU32(std::uint8_t* at, std::uint32_t value)
     for (int shift = 0; shift < 32; shift += 8) *at++ = static_cast<std::uint8_t>(value >> shift);
 }
 
-// A cursor that writes consecutive little-endian fields. Without a start it
-// writes nothing: a record then goes through its fields only to number its
-// strings.
+// A cursor that writes consecutive little-endian fields.
 class FieldWriter {
 public:
     explicit FieldWriter(std::uint8_t* start) : position(start) {}
 
     void u16(std::uint16_t value)
     {
-        if (!position) return;
         putU16(position, value);
         position += 2;
     }
     void u32(std::uint32_t value)
     {
-        if (!position) return;
         putU32(position, value);
         position += 4;
     }

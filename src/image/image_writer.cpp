@@ -104,10 +104,12 @@ void resolveNamespaces(Element& element, const NamespaceScopes& scopes)
     }
 }
 
+// The items of the image's tables in table order, and the size of the node
+// table.
 struct Collection {
     std::vector<BinarySerializable*> nodes;
     std::vector<BinarySerializable*> attributes;
-    std::vector<Element*> elements;
+    std::uint64_t nodeTableSize = 0;
 };
 
 struct WalkFrame {
@@ -116,31 +118,42 @@ struct WalkFrame {
     std::size_t bindings;
 };
 
-WalkFrame enterNode(Node* node, Collection& collection, NamespaceScopes& scopes)
+// Gives the node the next number, and an element's attributes theirs: the
+// walk meets the elements in node order, which is the order of their
+// attributes in the attribute table. The node's strings are numbered as it is
+// met, after the namespace URIs it uses are settled, since the node table is
+// in the same order.
+WalkFrame enterNode(Node* node, Collection& collection, NamespaceScopes& scopes,
+                    StringTable& strings)
 {
     node->imageIndex = static_cast<std::uint32_t>(collection.nodes.size());
     collection.nodes.push_back(node);
     std::size_t bindings = 0;
     if (node->nodeType == NodeType::Element) {
         auto* element = static_cast<Element*>(node);
-        collection.elements.push_back(element);
         bindings = scopes.enter(*element);
         resolveNamespaces(*element, scopes);
+        for (const auto& entry : element->attributes) {
+            entry.second->imageIndex = static_cast<std::int32_t>(collection.attributes.size());
+            collection.attributes.push_back(entry.second.get());
+        }
     }
+    collection.nodeTableSize += node->serialize(nullptr, &strings);
     return WalkFrame{node, 0, bindings};
 }
 
 // Numbers a subtree in pre-order with an explicit stack: trees nest deeper
 // than the call stack would allow.
-void collectSubtree(Node* root, Collection& collection, NamespaceScopes& scopes)
+void collectSubtree(Node* root, Collection& collection, NamespaceScopes& scopes,
+                    StringTable& strings)
 {
     std::vector<WalkFrame> stack;
-    stack.push_back(enterNode(root, collection, scopes));
+    stack.push_back(enterNode(root, collection, scopes, strings));
     while (!stack.empty()) {
         WalkFrame& top = stack.back();
         if (top.nextChild < top.node->children.size()) {
             Node* child = top.node->children[top.nextChild++].get();
-            stack.push_back(enterNode(child, collection, scopes));
+            stack.push_back(enterNode(child, collection, scopes, strings));
         } else {
             scopes.leave(top.bindings);
             stack.pop_back();
@@ -156,23 +169,16 @@ bool isImageRoot(const Node* node)
 
 // Nodes in document order from the document's element, text and comment
 // children (a doctype is left out with all it might hold), then the attributes
-// of each element in node order.
-void collectImageItems(Document& document, Collection& collection)
+// of each element in node order; the nodes' strings numbered on the way.
+void collectImageItems(Document& document, Collection& collection, StringTable& strings)
 {
     NamespaceScopes scopes;
     for (const NodeRef& child : document.children) {
-        if (isImageRoot(child.get())) collectSubtree(child.get(), collection, scopes);
-    }
-    std::int32_t counter = 0;
-    for (Element* element : collection.elements) {
-        for (const auto& entry : element->attributes) {
-            entry.second->imageIndex = counter++;
-            collection.attributes.push_back(entry.second.get());
-        }
+        if (isImageRoot(child.get())) collectSubtree(child.get(), collection, scopes, strings);
     }
 }
 
-// The numbering round: the size of every record of a table, and the strings
+// The numbering round of a table: the size of every record, and the strings
 // that the records use, numbered in that order. Returns the table's size.
 std::uint64_t numberTable(const std::vector<BinarySerializable*>& items, StringTable& strings)
 {
@@ -221,16 +227,13 @@ void writeHeader(std::uint8_t* at, const ImageHeader& header)
 
 std::uint32_t writeDocumentImage(Document& document, HGLOBAL* out)
 {
-    Collection collection;
-    collectImageItems(document, collection);
-
-    // Most documents have fewer distinct strings than nodes and attributes
-    // together, so that count sizes the string index once.
-    StringTable strings(collection.nodes.size() + collection.attributes.size());
     // Every size is known before a byte is written: the tables' sizes, and the
     // string table's from the numbering of the strings in the order of first
     // use, which the records go through the same way when they are written.
-    const std::uint64_t nodeTableSize = numberTable(collection.nodes, strings);
+    StringTable strings;
+    Collection collection;
+    collectImageItems(document, collection, strings);
+    const std::uint64_t nodeTableSize = collection.nodeTableSize;
     const std::uint64_t attributeTableSize = numberTable(collection.attributes, strings);
     const std::uint64_t attributeTableOffset = ImageLayout::kHeaderSize + nodeTableSize;
     const std::uint64_t stringTableOffset = attributeTableOffset + attributeTableSize;

@@ -40,11 +40,13 @@ void writeRecordHead(FieldWriter& fields, std::uint32_t recordSize, RecordKind k
 std::uint32_t serializeCharacterData(const CharacterData& node, RecordKind kind,
                                      std::uint8_t* destination, StringTable* strings)
 {
-    if (!destination && !strings) return kCharacterDataRecordSize;
+    if (!strings) return kCharacterDataRecordSize;
+    const std::uint32_t dataString = strings->intern(node.data);
+    if (!destination) return kCharacterDataRecordSize;
     FieldWriter fields(destination);
     writeRecordHead(fields, kCharacterDataRecordSize, kind, node, 0, 0);
     fields.u32(kCharacterDataPayloadSize);
-    fields.u32(strings->intern(node.data));
+    fields.u32(dataString);
     return kCharacterDataRecordSize;
 }
 
@@ -57,13 +59,18 @@ std::uint32_t countDeclarations(const Element& element)
     return count;
 }
 
-void writeDeclaration(FieldWriter& fields, const Attribute& declaration, StringTable& strings)
+// The two strings of a declaration entry. "xmlns:foo" declares the prefix
+// foo; a plain "xmlns" declares none.
+struct DeclarationStrings {
+    std::uint32_t prefix;
+    std::uint32_t uri;
+};
+
+DeclarationStrings internDeclaration(const Attribute& declaration, StringTable& strings)
 {
-    // "xmlns:foo" declares the prefix foo; a plain "xmlns" declares none.
-    bool declaresPrefix = !declaration.prefix.empty();
-    fields.u32(kDeclarationEntrySize);
-    fields.u32(declaresPrefix ? strings.intern(declaration.name) : kAbsent);
-    fields.u32(strings.intern(declaration.value));
+    const bool declaresPrefix = !declaration.prefix.empty();
+    const std::uint32_t prefix = declaresPrefix ? strings.intern(declaration.name) : kAbsent;
+    return DeclarationStrings{prefix, strings.intern(declaration.value)};
 }
 
 }  // namespace
@@ -78,6 +85,8 @@ std::uint32_t Comment::serialize(std::uint8_t* destination, StringTable* strings
     return serializeCharacterData(*this, RecordKind::Comment, destination, strings);
 }
 
+// Each record takes its strings first, in the order it uses them. In the
+// numbering round, which has no destination, that is all it does.
 std::uint32_t Element::serialize(std::uint8_t* destination, StringTable* strings)
 {
     auto attributeCount = static_cast<std::uint32_t>(attributes.size());
@@ -86,7 +95,16 @@ std::uint32_t Element::serialize(std::uint8_t* destination, StringTable* strings
     std::uint32_t payloadSize =
         kElementFixedPayloadSize + 4 * attributeCount + kDeclarationEntrySize * declarationCount;
     std::uint32_t recordSize = kRecordHeadSize + payloadSize + 4 * childCount;
-    if (!destination && !strings) return recordSize;
+    if (!strings) return recordSize;
+    const std::uint32_t nameString = strings->intern(name);
+    const std::uint32_t prefixString = internUnlessEmpty(prefix, *strings);
+    const std::uint32_t uriString = internUnlessEmpty(getNamespaceUri(), *strings);
+    if (!destination) {
+        for (const auto& entry : attributes) {
+            if (isNamespaceDeclaration(*entry.second)) internDeclaration(*entry.second, *strings);
+        }
+        return recordSize;
+    }
 
     FieldWriter fields(destination);
     writeRecordHead(fields, recordSize, RecordKind::Element, *this, childCount,
@@ -94,16 +112,20 @@ std::uint32_t Element::serialize(std::uint8_t* destination, StringTable* strings
     fields.u32(payloadSize);
     // The id is looked up here if it is still unknown, but not stored.
     fields.u32(idOrAbsent(static_cast<std::int32_t>(lookUpTagId())));
-    fields.u32(strings->intern(name));
-    fields.u32(internUnlessEmpty(prefix, *strings));
-    fields.u32(internUnlessEmpty(getNamespaceUri(), *strings));
+    fields.u32(nameString);
+    fields.u32(prefixString);
+    fields.u32(uriString);
     fields.u32(attributeCount);
     fields.u32(attributeCount ? kElementFixedPayloadSize : 0);
     fields.u32(declarationCount);
     fields.u32(declarationCount ? kElementFixedPayloadSize + 4 * attributeCount : 0);
     for (const auto& entry : attributes) fields.u32(static_cast<std::uint32_t>(entry.second->imageIndex));
     for (const auto& entry : attributes) {
-        if (isNamespaceDeclaration(*entry.second)) writeDeclaration(fields, *entry.second, *strings);
+        if (!isNamespaceDeclaration(*entry.second)) continue;
+        const DeclarationStrings declaration = internDeclaration(*entry.second, *strings);
+        fields.u32(kDeclarationEntrySize);
+        fields.u32(declaration.prefix);
+        fields.u32(declaration.uri);
     }
     for (const NodeRef& child : children) fields.u32(child->imageIndex);
     return recordSize;
@@ -112,15 +134,20 @@ std::uint32_t Element::serialize(std::uint8_t* destination, StringTable* strings
 template <>
 std::uint32_t Attribute::serialize(std::uint8_t* destination, StringTable* strings)
 {
-    if (!destination && !strings) return kAttributeRecordSize;
+    if (!strings) return kAttributeRecordSize;
+    const std::uint32_t nameString = strings->intern(name);
+    const std::uint32_t prefixString = internUnlessEmpty(prefix, *strings);
+    const std::uint32_t uriString = internUnlessEmpty(getNamespaceUri(), *strings);
+    const std::uint32_t valueString = internUnlessEmpty(value, *strings);
+    if (!destination) return kAttributeRecordSize;
     FieldWriter fields(destination);
     fields.u32(kAttributeRecordSize);
     // Like the tag id, an attribute id found here is not stored.
     fields.u32(idOrAbsent(static_cast<std::int32_t>(lookUpAttributeId())));
-    fields.u32(strings->intern(name));
-    fields.u32(internUnlessEmpty(prefix, *strings));
-    fields.u32(internUnlessEmpty(getNamespaceUri(), *strings));
-    fields.u32(internUnlessEmpty(value, *strings));
+    fields.u32(nameString);
+    fields.u32(prefixString);
+    fields.u32(uriString);
+    fields.u32(valueString);
     return kAttributeRecordSize;
 }
 
