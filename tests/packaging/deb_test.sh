@@ -61,4 +61,20 @@ print(paragraph.name, paragraph.attributes[0].name, paragraph.attributes[0].valu
 ' "$work/input.html")
 expect_equal "tree from the packaged Python module" "$python_tree" \
   "p class x ['Text', 'Comment', 'Element'] $root/usr/lib/libdomparse.so.1"
+if [ -f "$build/libdomparse_guarded.so.1" ]; then
+  # The module's default, the guarded library, loads from the unpacked root
+  # with the block functions of the unpacked libdomparse.so.1.
+  guarded=$(env -u LD_LIBRARY_PATH -u DOMPARSE_LIBRARY_DIR \
+    PYTHONPATH="$root/usr/lib/python3/dist-packages" "${PYTHON:-python3}" -c '
+import domparse
+print(domparse.parse(b"<i>x</i>").children[0].name, domparse.library_path(guarded=True))
+try:
+    domparse.parse(b"<p>x<")
+except domparse.ParseError as error:
+    print(error.result)
+')
+  expect_equal "guarded parses of the packaged Python module" "$guarded" \
+    "i $root/usr/lib/libdomparse_guarded.so.1
+5"
+fi
 echo "$deb unpacked into $root and checked"

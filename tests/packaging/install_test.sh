@@ -34,6 +34,12 @@ for library in "${libraries[@]}"; do
   expect_equal "SONAME of $real" "$(soname_of "$prefix/lib/$real")" "lib$library.so.1"
 done
 
+# The guarded library finds libdomparse.so.1 beside itself.
+if [ -f "$build/libdomparse_guarded.so.1" ]; then
+  runpath=$(readelf -d "$prefix/lib/libdomparse_guarded.so.1" | sed -n 's/.*Library runpath: \[\(.*\)\]/\1/p')
+  expect_equal "run path of libdomparse_guarded.so.1" "$runpath" '$ORIGIN'
+fi
+
 # The reader exports exactly the functions its header declares.
 declared=$(grep -o 'DOMImage_[A-Za-z0-9]*(' "$source/tools/reader/domparse_reader.h" |
   tr -d '(' | sort -u)
