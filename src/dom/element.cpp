@@ -229,15 +229,15 @@ bool isSameFormatting(const Element& a, const Element& b)
 }
 
 NodeRef createElementFromToken(const TagTokenRef& startTag, NamespaceId namespaceId,
-                               std::int32_t documentKind)
+                               std::int32_t documentKind, ParseHeap* heap)
 {
     if (!startTag || startTag->type != TokenType::StartTag) return nullptr;
     TagId id = startTag->getTagId();
     std::shared_ptr<Element> element;
     if (id == TagId::Td || id == TagId::Th) {
-        element = std::make_shared<TableCellElement>(startTag);
+        element = makeShared<TableCellElement>(heap, startTag);
     } else {
-        element = std::make_shared<Element>(startTag);
+        element = makeShared<Element>(heap, startTag);
     }
     // Case preserving parsing (kind 2) gives elements from tags no namespace.
     element->namespaceId = documentKind == 2 ? NamespaceId::None : namespaceId;

@@ -92,8 +92,9 @@ bool isSameFormatting(const Element& a, const Element& b);
 
 // Makes the element for a start tag: a TableCellElement for td and th, an
 // Element otherwise; null for any other token. Its namespace is None under
-// documentKind 2 and the given one under any other kind.
+// documentKind 2 and the given one under any other kind. It is made from the
+// heap when one is given.
 NodeRef createElementFromToken(const TagTokenRef& startTag, NamespaceId namespaceId,
-                               std::int32_t documentKind);
+                               std::int32_t documentKind, ParseHeap* heap = nullptr);
 
 }  // namespace Parsers

@@ -162,7 +162,7 @@ void insertBefore(NodeRef child, NodeRef reference, Node* parent)
     parent->children.insert(position, std::move(child));
 }
 
-void appendCharacter(char16_t unit, Node* parent)
+void appendCharacter(char16_t unit, Node* parent, ParseHeap* heap)
 {
     if (!canHoldChildren(parent)) return;
     Node* last = parent->lastChild();
@@ -170,12 +170,12 @@ void appendCharacter(char16_t unit, Node* parent)
         static_cast<CharacterData*>(last)->data.push_back(unit);
         return;
     }
-    auto text = std::make_shared<TextNode>(unit);
+    auto text = makeShared<TextNode>(heap, unit);
     text->parent = parent;
     linkAsLastChild(std::move(text), parent->children);
 }
 
-void appendCharacters(const char16_t* units, std::size_t count, Node* parent)
+void appendCharacters(const char16_t* units, std::size_t count, Node* parent, ParseHeap* heap)
 {
     if (count == 0 || !canHoldChildren(parent)) return;
     Node* last = parent->lastChild();
@@ -184,15 +184,15 @@ void appendCharacters(const char16_t* units, std::size_t count, Node* parent)
         return;
     }
     // The first unit makes the text node, the others extend it.
-    auto text = std::make_shared<TextNode>(units[0]);
+    auto text = makeShared<TextNode>(heap, units[0]);
     text->data.append(units + 1, count - 1);
     text->parent = parent;
     linkAsLastChild(std::move(text), parent->children);
 }
 
-void insertCharacterBefore(char16_t unit, NodeRef reference, Node* parent)
+void insertCharacterBefore(char16_t unit, NodeRef reference, Node* parent, ParseHeap* heap)
 {
-    insertBefore(std::make_shared<TextNode>(unit), std::move(reference), parent);
+    insertBefore(makeShared<TextNode>(heap, unit), std::move(reference), parent);
 }
 
 NodeRef removeChild(Node* child, Node* parent)

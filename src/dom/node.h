@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "dom/binary_serializable.h"
+#include "dom/parse_heap.h"
 #include "library/shared_types.h"
 
 namespace Parsers {
@@ -148,12 +149,15 @@ void appendChild(NodeRef child, Node* parent);
 // Inserts child in front of reference (appends when reference is null). A text is
 // merged into a text sibling in front of reference, never into reference itself.
 void insertBefore(NodeRef child, NodeRef reference, Node* parent);
-// Appends one unit of text: extends a last TextNode or starts a new one.
-void appendCharacter(char16_t unit, Node* parent);
+// Appends one unit of text: extends a last TextNode or starts a new one. A new
+// TextNode is made from the heap when one is given.
+void appendCharacter(char16_t unit, Node* parent, ParseHeap* heap = nullptr);
 // Appends the units as appendCharacter would one by one (nothing for none).
-void appendCharacters(const char16_t* units, std::size_t count, Node* parent);
+void appendCharacters(const char16_t* units, std::size_t count, Node* parent,
+                      ParseHeap* heap = nullptr);
 // Inserts one unit of text in front of reference, as insertBefore does.
-void insertCharacterBefore(char16_t unit, NodeRef reference, Node* parent);
+void insertCharacterBefore(char16_t unit, NodeRef reference, Node* parent,
+                           ParseHeap* heap = nullptr);
 // Unlinks child from parent. Returns it, or null when child is not parent's.
 NodeRef removeChild(Node* child, Node* parent);
 // Moves all children of source, in order, to the end of target (with merging).

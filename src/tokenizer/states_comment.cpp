@@ -39,7 +39,7 @@ void Tokenizer::bogusCommentState()
 {
     const bool keepsText = parseMode == kCaseFoldingMode;
     if (keepsText) {
-        currentComment = std::make_shared<CommentToken>();
+        currentComment = makeShared<CommentToken>(tokenHeap.get());
         currentComment->position = stream->position;
     }
     while (!atEndOfInput() && stream->current != u'>') {
@@ -59,7 +59,7 @@ void Tokenizer::markupDeclarationOpenState()
     if (stream->remaining >= 2 && stream->peekText(2) == kCommentOpening) {
         stream->skip(2);
         // The comment begins where the stream stands after "--".
-        currentComment = std::make_shared<CommentToken>();
+        currentComment = makeShared<CommentToken>(tokenHeap.get());
         currentComment->position = stream->position;
         transitionTo(TokenizerState::CommentStart);
         return;

@@ -8,6 +8,7 @@
 
 #include "dom/attribute.h"
 #include "dom/names.h"
+#include "dom/parse_heap.h"
 #include "library/shared_types.h"
 #include "tokenizer/parse_errors.h"
 
@@ -90,11 +91,12 @@ public:
         tagEntry = nullptr;
     }
 
-    // Starts a new attribute whose name is this one unit. The one before is
-    // dropped unless finishAttribute has entered it.
-    void beginAttribute(char16_t unit, TextPosition where)
+    // Starts a new attribute whose name is this one unit, made from the heap
+    // when one is given. The one before is dropped unless finishAttribute has
+    // entered it.
+    void beginAttribute(char16_t unit, TextPosition where, ParseHeap* heap = nullptr)
     {
-        currentAttribute = std::make_shared<Attribute>(unit, where);
+        currentAttribute = makeShared<Attribute>(heap, unit, where);
     }
 
     // Enters currentAttribute under its qualified name. An empty qualified name

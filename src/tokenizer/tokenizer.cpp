@@ -172,7 +172,7 @@ void Tokenizer::switchTo(TokenizerState newState)
     case TokenizerState::TagOpen:
         // A pending tag is kept as it is, end tag or not: "</>" followed by "<b>"
         // delivers an end tag b.
-        if (!currentTag) currentTag = std::make_shared<TagToken>(TokenType::StartTag);
+        if (!currentTag) currentTag = makeShared<TagToken>(tokenHeap.get(), TokenType::StartTag);
         break;
     case TokenizerState::EndTagOpen:
     case TokenizerState::RcdataEndTagOpen:
@@ -180,13 +180,13 @@ void Tokenizer::switchTo(TokenizerState newState)
     case TokenizerState::ScriptDataEndTagOpen:
     case TokenizerState::ScriptDataEscapedEndTagOpen:
         if (!currentTag) {
-            currentTag = std::make_shared<TagToken>(TokenType::EndTag);
+            currentTag = makeShared<TagToken>(tokenHeap.get(), TokenType::EndTag);
         } else {
             currentTag->type = TokenType::EndTag;
         }
         break;
     case TokenizerState::Doctype:
-        if (!currentDoctype) currentDoctype = std::make_shared<DoctypeToken>();
+        if (!currentDoctype) currentDoctype = makeShared<DoctypeToken>(tokenHeap.get());
         break;
     default:
         // No other state has a pending token to prepare.
@@ -237,7 +237,7 @@ void Tokenizer::emitCurrentDoctype()
 void Tokenizer::emitEndOfFile()
 {
     // A new token for each emission; it keeps the position of a new token.
-    emitToken(std::make_shared<EndOfFileToken>());
+    emitToken(makeShared<EndOfFileToken>(tokenHeap.get()));
 }
 
 void Tokenizer::emitTagAndReturnToData()
@@ -327,7 +327,7 @@ void Tokenizer::appendNameRun(UString& name, std::u16string_view run) const
 
 void Tokenizer::beginAttributeName(char16_t unit)
 {
-    currentTag->beginAttribute(unit, stream->position);
+    currentTag->beginAttribute(unit, stream->position, tokenHeap.get());
     transitionTo(TokenizerState::AttributeName);
 }
 

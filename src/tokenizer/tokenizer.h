@@ -314,6 +314,9 @@ public:
     std::uint32_t parseMode;
 
 private:
+    // Tokens and attributes are made from this heap. Start tags live on in
+    // their elements, and the heap with them.
+    ParseHeapOwner tokenHeap;
     // The only receiver, when it takes text in runs; set by addReceiver and
     // used while it is still the only one.
     CharacterRunReceiver* runReceiver = nullptr;

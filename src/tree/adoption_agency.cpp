@@ -24,9 +24,9 @@ Element& asElement(const NodeRef& node)
 
 // A fresh element from the start tag that made `element`: same name and
 // attributes (shared), no parent, no children, namespace HTML.
-NodeRef cloneFromToken(const NodeRef& element)
+NodeRef cloneFromToken(const NodeRef& element, ParseHeap* heap)
 {
-    return std::make_shared<Element>(asElement(element).getToken());
+    return makeShared<Element>(heap, asElement(element).getToken());
 }
 
 // The furthest block: of the special elements above the formatting element at
@@ -94,7 +94,7 @@ void TreeConstructor::runAdoptionAgency(const TokenRef& token)
 
         // The new element takes over the furthest block's content and stays
         // open above it, unknown to the list.
-        NodeRef replacement = cloneFromToken(formatting);
+        NodeRef replacement = cloneFromToken(formatting, heap());
         moveChildren(furthestBlock.get(), replacement.get());
         appendChild(replacement, furthestBlock.get());
         activeFormatting.removeElement(formatting.get());
@@ -136,7 +136,7 @@ NodeRef TreeConstructor::moveFormattingAboveFurthestBlock(const NodeRef& formatt
         }
         if (node == formatting) break;
 
-        NodeRef clone = cloneFromToken(node);
+        NodeRef clone = cloneFromToken(node, heap());
         activeFormatting.replaceElement(node.get(), clone);
         const std::ptrdiff_t nodePosition = findOpenElement(node.get());
         if (nodePosition >= 0) {

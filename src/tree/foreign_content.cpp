@@ -49,10 +49,10 @@ constexpr std::int32_t kKeptKeyRow = 10;
 void TreeConstructor::processForeignCharacter(char16_t unit)
 {
     if (unit == 0) {
-        appendCharacter(kReplacementCharacter, currentNode.get());
+        appendCharacter(kReplacementCharacter, currentNode.get(), heap());
         return;
     }
-    appendCharacter(unit, currentNode.get());
+    appendCharacter(unit, currentNode.get(), heap());
     if (!isForeignSpace(unit)) framesetOk = false;
 }
 
@@ -63,9 +63,10 @@ void TreeConstructor::processForeignCharacters(const char16_t* units, std::uint3
     while (units != end) {
         const char16_t* stretch = units;
         units += unitsBeforeStop<0>(units, static_cast<std::uint32_t>(end - units));
-        appendCharacters(stretch, static_cast<std::size_t>(units - stretch), currentNode.get());
+        appendCharacters(stretch, static_cast<std::size_t>(units - stretch), currentNode.get(),
+                         heap());
         if (units == end) break;
-        appendCharacter(kReplacementCharacter, currentNode.get());
+        appendCharacter(kReplacementCharacter, currentNode.get(), heap());
         ++units;
     }
     // Once cleared, the flag stays cleared: only the first unit that clears it

@@ -10,7 +10,7 @@ NodeRef TreeConstructor::createElementForToken(const TokenRef& token, NamespaceI
 {
     if (token->type != TokenType::StartTag) return nullptr;
     return createElementFromToken(std::static_pointer_cast<TagToken>(token), namespaceId,
-                                  static_cast<std::int32_t>(documentKind));
+                                  static_cast<std::int32_t>(documentKind), heap());
 }
 
 NodeRef TreeConstructor::insertHtmlElement(const TokenRef& token, bool foster)
@@ -79,14 +79,14 @@ void TreeConstructor::insertFosterParented(NodeRef node)
 void TreeConstructor::insertCharacter(Node* node, char16_t unit, bool foster)
 {
     if (!foster) {
-        appendCharacter(unit, node);
+        appendCharacter(unit, node, heap());
         return;
     }
     FosterPlace place = fosterPlace();
     if (place.tableParent) {
-        insertCharacterBefore(unit, currentTable, place.tableParent);
+        insertCharacterBefore(unit, currentTable, place.tableParent, heap());
     } else {
-        appendCharacter(unit, place.target);
+        appendCharacter(unit, place.target, heap());
     }
 }
 
@@ -94,14 +94,14 @@ void TreeConstructor::insertCharacter(Node* node, char16_t unit, bool foster)
 void TreeConstructor::insertComment(Node* parent, const TokenRef& token)
 {
     const auto& comment = static_cast<const CommentToken&>(*token);
-    appendChild(std::make_shared<Comment>(comment.data), parent);
+    appendChild(makeShared<Comment>(heap(), comment.data), parent);
 }
 
 void TreeConstructor::createHtmlRoot()
 {
     // Made from its tag id alone, with no token: the one element of the tree
     // constructor that keeps the HTML namespace under case preserving parsing.
-    auto root = std::make_shared<Element>(TagId::Html, NodeType::Element);
+    auto root = makeShared<Element>(heap(), TagId::Html, NodeType::Element);
     appendChild(root, document.get());
     pushOpenElement(std::move(root));
     insertionMode = InsertionMode::BeforeHead;

@@ -116,7 +116,7 @@ void TreeConstructor::handleDoctypeInInitial(DoctypeToken& token)
     const bool valid = nameIsHtml && (!row || isAllowedPair(*row, token.systemId));
     if (!valid) reportPosition(ParseErrorCode::ErroneousDoctypeInInitial, token.position);
 
-    appendChild(std::make_shared<DocumentType>(token.name, token.publicId, token.systemId),
+    appendChild(makeShared<DocumentType>(heap(), token.name, token.publicId, token.systemId),
                 document.get());
 
     if (token.forceQuirks || !nameIsHtml) {
@@ -283,7 +283,7 @@ void TreeConstructor::inHeadAnythingElse(const TokenRef& token)
 void TreeConstructor::handleInHeadCharacter(char16_t unit, const TextPosition* position)
 {
     if (isWhitespaceUnit(unit)) {
-        appendCharacter(unit, currentNode.get());
+        appendCharacter(unit, currentNode.get(), heap());
         return;
     }
     dispatchToken(makeSyntheticTag(TokenType::EndTag, TagId::Head, *position), false);
@@ -410,7 +410,7 @@ void TreeConstructor::afterHeadAnythingElse(const TokenRef& token)
 void TreeConstructor::handleAfterHeadCharacter(char16_t unit, const TextPosition* position)
 {
     if (isWhitespaceUnit(unit)) {
-        appendCharacter(unit, currentNode.get());
+        appendCharacter(unit, currentNode.get(), heap());
         return;
     }
     dispatchToken(makeSyntheticTag(TokenType::StartTag, TagId::Body, *position), false);

@@ -17,7 +17,7 @@ void TreeConstructor::handleInSelectCharacter(char16_t unit, const TextPosition*
         reportPosition(ParseErrorCode::NullInSelect, *position);
         return;
     }
-    appendCharacter(unit, currentNode.get());
+    appendCharacter(unit, currentNode.get(), heap());
 }
 
 // ---------------------------------------------------------------- in select

@@ -222,7 +222,9 @@ void TreeConstructor::flushPendingTableCharacters(const TextPosition& position)
         }
     }
     if (onlySpaces) {
-        for (char16_t unit : pendingTableCharacters) appendCharacter(unit, currentNode.get());
+        for (char16_t unit : pendingTableCharacters) {
+            appendCharacter(unit, currentNode.get(), heap());
+        }
         return;
     }
     for (char16_t unit : pendingTableCharacters) {

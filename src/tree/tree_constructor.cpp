@@ -27,7 +27,7 @@ bool equalsFoldedAscii(const UString& value, std::u16string_view lowerCase)
 
 TreeConstructor::TreeConstructor(SourceBuffer* sourceBuffer, Tokenizer* owningTokenizer,
                                  std::uint32_t kind)
-    : document(std::make_shared<Document>(static_cast<std::int32_t>(kind))),
+    : document(makeShared<Document>(heap(), static_cast<std::int32_t>(kind))),
       source(sourceBuffer),
       tokenizer(owningTokenizer),
       documentKind(kind)
@@ -206,7 +206,7 @@ void TreeConstructor::dispatchCharacter(char16_t unit, const TextPosition* posit
             handleInBodyCharacter(unit, position, false);
             return;
         case InsertionMode::Text:
-            appendCharacter(unit, currentNode.get());
+            appendCharacter(unit, currentNode.get(), heap());
             return;
         case InsertionMode::InTable:
         case InsertionMode::InTableBody:
@@ -224,7 +224,7 @@ void TreeConstructor::dispatchCharacter(char16_t unit, const TextPosition* posit
             return;
         case InsertionMode::InColumnGroup:
             if (isWhitespaceUnit(unit)) {
-                appendCharacter(unit, currentNode.get());
+                appendCharacter(unit, currentNode.get(), heap());
                 return;
             }
             dispatchToken(makeSyntheticTag(TokenType::EndTag, TagId::Colgroup, *position), false);
@@ -243,14 +243,14 @@ void TreeConstructor::dispatchCharacter(char16_t unit, const TextPosition* posit
             continue;
         case InsertionMode::InFrameset:
             if (isWhitespaceUnit(unit)) {
-                appendCharacter(unit, currentNode.get());
+                appendCharacter(unit, currentNode.get(), heap());
                 return;
             }
             reportCharacter(ParseErrorCode::UnexpectedTokenInFrameset, unit, position);
             return;
         case InsertionMode::AfterFrameset:
             if (isWhitespaceUnit(unit)) {
-                appendCharacter(unit, currentNode.get());
+                appendCharacter(unit, currentNode.get(), heap());
                 return;
             }
             reportCharacter(ParseErrorCode::UnexpectedTokenAfterFrameset, unit, position);
@@ -291,7 +291,7 @@ TreeConstructor::DispatchDepth::~DispatchDepth()
 
 TagTokenRef TreeConstructor::makeSyntheticTag(TokenType type, TagId tag, TextPosition position)
 {
-    auto synthetic = std::make_shared<TagToken>(type);
+    auto synthetic = makeShared<TagToken>(heap(), type);
     synthetic->name = tagNameText(static_cast<std::int32_t>(tag));
     synthetic->position = position;
     return synthetic;

@@ -78,6 +78,11 @@ constexpr bool isWhitespaceUnit(char16_t unit)
 class TreeConstructor final : public TokenReceiver,
                               public CharacterRunReceiver,
                               public CurrentNodeQuery {
+    // Nodes and made up tags are made from this heap. It comes first, so that
+    // it is there for the document; the nodes live on in the document, and
+    // the heap with them.
+    ParseHeapOwner nodeHeap;
+
 public:
     // The deepest nesting of dispatches that a token may cause. The chains of
     // the rules are a handful of calls deep; a few rules of case folding
@@ -251,6 +256,7 @@ public:
     std::uint32_t documentKind;
 
 private:
+    ParseHeap* heap() const { return nodeHeap.get(); }
     // Whether a text unit goes to the foreign content rules: there is a current
     // node, it is not in the HTML namespace, and no HTML integration point.
     bool takesForeignCharacters()

@@ -1,0 +1,116 @@
+// Memory for the small objects of one parse: tokens, attributes and nodes,
+// each together with its reference count.
+//
+// A parse makes some hundred thousand of them per megabyte of input and frees
+// them all at its end; through the general allocator that cost a quarter of
+// the whole parse. The heap hands out blocks of a few size classes from large
+// chunks, one after the other, and keeps freed blocks on a list per class for
+// the next object of that size, so that a parse that frees as it goes (a token
+// per end tag, an attribute per turn of a loop that never ends) does not grow.
+// Objects made one after the other also lie one after the other, in the order
+// in which the image writer visits them.
+//
+// A heap is not shared between threads: everything made from it is made and
+// released on the thread of its parse. Its owner (the tokenizer, the tree
+// constructor) gives it up with release(); the memory goes back to the system
+// when the owner has done so and the last object made from it is gone, so
+// nodes and tokens may outlive the objects that made them.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace Parsers {
+
+class ParseHeap {
+public:
+    // A new heap, owned by the caller until release().
+    static ParseHeap* create() { return new ParseHeap(); }
+    ParseHeap(const ParseHeap&) = delete;
+    ParseHeap& operator=(const ParseHeap&) = delete;
+
+    // The owner is done with the heap; it goes once nothing made from it is
+    // alive.
+    void release() noexcept;
+
+    // A block of at least `bytes` bytes, aligned for any object. Throws
+    // std::bad_alloc.
+    void* allocate(std::size_t bytes);
+    // Takes back a block of `allocate(bytes)`.
+    void deallocate(void* block, std::size_t bytes) noexcept;
+
+private:
+    // Blocks are multiples of the granule; larger requests go to the general
+    // allocator.
+    static constexpr std::size_t kGranule = 16;
+    static constexpr std::size_t kLargestBlock = 512;
+    static constexpr std::size_t kChunkBytes = 64 * 1024;
+
+    struct FreeBlock {
+        FreeBlock* next;
+    };
+
+    ParseHeap() = default;
+    ~ParseHeap();
+    static std::size_t sizeClass(std::size_t bytes) { return (bytes + kGranule - 1) / kGranule; }
+    void* carve(std::size_t blockBytes);
+
+    std::array<FreeBlock*, kLargestBlock / kGranule + 1> freeLists{};
+    std::vector<std::byte*> chunks;
+    std::byte* chunkNext = nullptr;
+    std::byte* chunkEnd = nullptr;
+    std::size_t liveBlocks = 0;
+    bool released = false;
+};
+
+// The allocator that makes std::allocate_shared take its block from a heap.
+template <typename T>
+class ParseHeapAllocator {
+public:
+    using value_type = T;
+
+    explicit ParseHeapAllocator(ParseHeap* source) noexcept : heap(source) {}
+    template <typename U>
+    ParseHeapAllocator(const ParseHeapAllocator<U>& other) noexcept : heap(other.heap)
+    {
+    }
+
+    T* allocate(std::size_t count) { return static_cast<T*>(heap->allocate(count * sizeof(T))); }
+    void deallocate(T* block, std::size_t count) noexcept { heap->deallocate(block, count * sizeof(T)); }
+
+    template <typename U>
+    bool operator==(const ParseHeapAllocator<U>& other) const noexcept
+    {
+        return heap == other.heap;
+    }
+
+    ParseHeap* heap;
+};
+
+// An object with its reference count in one block: from the heap when there
+// is one, from the general allocator otherwise (objects made outside a parse).
+template <typename T, typename... Arguments>
+std::shared_ptr<T> makeShared(ParseHeap* heap, Arguments&&... arguments)
+{
+    if (!heap) return std::make_shared<T>(std::forward<Arguments>(arguments)...);
+    return std::allocate_shared<T>(ParseHeapAllocator<T>(heap), std::forward<Arguments>(arguments)...);
+}
+
+// Owns a heap and releases it at the end of its own life.
+class ParseHeapOwner {
+public:
+    ParseHeapOwner() : owned(ParseHeap::create()) {}
+    ~ParseHeapOwner() { owned->release(); }
+    ParseHeapOwner(const ParseHeapOwner&) = delete;
+    ParseHeapOwner& operator=(const ParseHeapOwner&) = delete;
+
+    ParseHeap* get() const { return owned; }
+
+private:
+    ParseHeap* owned;
+};
+
+}  // namespace Parsers

@@ -1,0 +1,95 @@
+// The heap of a parse: blocks of its size classes, reuse of freed blocks, and
+// objects that outlive the owner of their heap.
+
+#include "dom/parse_heap.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <set>
+#include <vector>
+
+#include "dom/element.h"
+#include "dom/node.h"
+
+namespace Parsers {
+namespace {
+
+TEST(ParseHeap, BlocksAreDistinctAlignedAndSpanChunks)
+{
+    ParseHeapOwner owner;
+    std::vector<void*> blocks;
+    std::set<std::uintptr_t> seen;
+    // Far more than one chunk holds, of every size class and a few larger.
+    for (std::size_t round = 0; round < 4000; ++round) {
+        const std::size_t bytes = 1 + (round * 37) % 700;
+        void* block = owner.get()->allocate(bytes);
+        const auto address = reinterpret_cast<std::uintptr_t>(block);
+        EXPECT_EQ(address % 16, 0u);
+        EXPECT_TRUE(seen.insert(address).second);
+        // Every byte of the block is the caller's.
+        std::memset(block, 0xAB, bytes);
+        blocks.push_back(block);
+    }
+    for (std::size_t round = 0; round < blocks.size(); ++round) {
+        owner.get()->deallocate(blocks[round], 1 + (round * 37) % 700);
+    }
+}
+
+TEST(ParseHeap, AFreedBlockIsTakenAgainBeforeNewMemory)
+{
+    ParseHeapOwner owner;
+    ParseHeap& heap = *owner.get();
+    void* first = heap.allocate(40);
+    heap.deallocate(first, 40);
+    // The same size class: 33 to 48 bytes.
+    void* second = heap.allocate(48);
+    EXPECT_EQ(second, first);
+    heap.deallocate(second, 48);
+    // A loop that frees what it made before makes nothing new.
+    for (int turn = 0; turn < 1000; ++turn) {
+        void* block = heap.allocate(40);
+        EXPECT_EQ(block, first);
+        heap.deallocate(block, 40);
+    }
+}
+
+TEST(ParseHeap, ObjectsOutliveTheOwnerOfTheirHeap)
+{
+    std::shared_ptr<TextNode> text;
+    std::weak_ptr<Element> watched;
+    {
+        ParseHeapOwner owner;
+        text = makeShared<TextNode>(owner.get(), u'a');
+        auto element = makeShared<Element>(owner.get(), TagId::Unknown, NodeType::Element);
+        element->name = u"kept";
+        watched = element;
+        auto parent = makeShared<Element>(owner.get(), TagId::Unknown, NodeType::Element);
+        appendChild(element, parent.get());
+        text->data += u"bc";
+    }
+    // The owner is gone; the objects and their memory are still there.
+    EXPECT_EQ(text->data, u"abc");
+    EXPECT_TRUE(watched.expired());
+    text.reset();
+}
+
+TEST(ParseHeap, WithoutAHeapObjectsComeFromTheGeneralAllocator)
+{
+    auto text = makeShared<TextNode>(nullptr, u'x');
+    EXPECT_EQ(text->data, u"x");
+}
+
+TEST(ParseHeap, TextNodesOfARunComeFromTheHeapGiven)
+{
+    ParseHeapOwner owner;
+    auto parent = makeShared<Element>(owner.get(), TagId::Unknown, NodeType::Element);
+    appendCharacters(u"abc", 3, parent.get(), owner.get());
+    appendCharacter(u'd', parent.get(), owner.get());
+    ASSERT_EQ(parent->children.size(), 1u);
+    EXPECT_EQ(static_cast<TextNode&>(*parent->children[0]).data, u"abcd");
+}
+
+}  // namespace
+}  // namespace Parsers
