@@ -92,10 +92,165 @@ void passOverText(PrescanCursor& cursor)
     cursor.advanceBy(count);
 }
 
-// Reads the value behind "=" unless the data has ended.
-void readValueUnlessAtEnd(PrescanCursor& cursor, NarrowAttribute& attribute)
+void appendLowerCased(std::string& text, const std::uint8_t* bytes, std::uint32_t count)
 {
-    if (!cursor.atEnd()) attribute.value = readPrescanValue(cursor);
+    for (std::uint32_t index = 0; index < count; ++index) text.push_back(lowerCased(bytes[index]));
+}
+
+// What reading an attribute keeps. The reader of a meta tag keeps the name and
+// the value, lower-cased; the pass over the attributes of every other tag
+// looks only at whether there was a name, and copies nothing: copying them
+// was most of the prescan's time for documents without a declaration, which
+// it reads to the end.
+class KeptAttribute {
+public:
+    explicit KeptAttribute(const PrescanCursor& cursor) : attribute(emptyAttributeAt(cursor)) {}
+    bool named() const { return !attribute.name.empty(); }
+    void appendName(const std::uint8_t* bytes, std::uint32_t count)
+    {
+        appendLowerCased(attribute.name, bytes, count);
+        attribute.attributeId = AttributeId::Unknown;
+    }
+    void appendValue(const std::uint8_t* bytes, std::uint32_t count)
+    {
+        appendLowerCased(attribute.value, bytes, count);
+    }
+
+    NarrowAttribute attribute;
+};
+
+class SkippedAttribute {
+public:
+    bool named() const { return hasName; }
+    void appendName(const std::uint8_t*, std::uint32_t) { hasName = true; }
+    void appendValue(const std::uint8_t*, std::uint32_t) {}
+
+private:
+    bool hasName = false;
+};
+
+class KeptValue {
+public:
+    void appendValue(const std::uint8_t* bytes, std::uint32_t count)
+    {
+        appendLowerCased(value, bytes, count);
+    }
+
+    std::string value;
+};
+
+// With no byte left but the last one still current, peek gives a zero, which
+// the readers take like any byte; the advance over it ends the data.
+constexpr std::uint8_t kByteBeyondTheData = 0;
+
+// The number of bytes from the next one on, the next one always among them,
+// before the first byte for which `ends` holds, within what is left.
+template <typename Ends>
+std::uint32_t runLength(const PrescanCursor& cursor, Ends ends)
+{
+    std::uint32_t count = 1;
+    while (count < cursor.remaining && !ends(cursor.next[count])) ++count;
+    return count;
+}
+
+// Reads an attribute value, quoted or not, into the sink. The bytes that the
+// reading takes one by one are handed over and passed as runs.
+template <typename Sink>
+void scanValue(PrescanCursor& cursor, Sink& sink)
+{
+    skipSpaceBytes(cursor);
+    if (cursor.atEnd()) {
+        cursor.finished = true;
+        return;
+    }
+    const std::uint8_t first = cursor.peek();
+    if (first == '"' || first == '\'') {
+        cursor.advance();
+        const void* closing =
+            cursor.remaining != 0 ? std::memchr(cursor.next, first, cursor.remaining) : nullptr;
+        const std::uint32_t count =
+            closing ? static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(closing) - cursor.next)
+                    : cursor.remaining;
+        if (count != 0) {
+            sink.appendValue(cursor.next, count);
+            cursor.advanceBy(count);
+        }
+        // An unclosed quote gives what was collected.
+        if (cursor.remaining != 0) cursor.advance();
+        return;
+    }
+    if (first == '>') return;
+    if (cursor.remaining == 0) {
+        sink.appendValue(&kByteBeyondTheData, 1);
+        cursor.advance();
+    } else {
+        const std::uint32_t count =
+            runLength(cursor, [](std::uint8_t byte) { return isSpaceByte(byte) || byte == '>'; });
+        sink.appendValue(cursor.next, count);
+        cursor.advanceBy(count);
+    }
+    // The value ends at a space byte or ">", which stay, or with the data.
+    if (cursor.remaining == 0) cursor.finished = true;
+}
+
+// Reads the value behind "=" unless the data has ended.
+template <typename Sink>
+void scanValueUnlessAtEnd(PrescanCursor& cursor, Sink& sink)
+{
+    if (!cursor.atEnd()) scanValue(cursor, sink);
+}
+
+// A name byte and those behind it that the attribute loop would take one by
+// one: up to a space byte, "/", ">" or "=" (a name, once begun, ends at "=").
+template <typename Sink>
+void scanNameRun(PrescanCursor& cursor, Sink& sink)
+{
+    if (cursor.remaining == 0) {
+        sink.appendName(&kByteBeyondTheData, 1);
+        cursor.advance();
+        return;
+    }
+    const std::uint32_t count = runLength(cursor, [](std::uint8_t byte) {
+        return isSpaceByte(byte) || byte == '/' || byte == '>' || byte == '=';
+    });
+    sink.appendName(cursor.next, count);
+    cursor.advanceBy(count);
+}
+
+// Reads one attribute into the sink (see readPrescanAttribute).
+template <typename Sink>
+void scanAttribute(PrescanCursor& cursor, Sink& sink)
+{
+    while (isSpaceByte(cursor.peek()) || cursor.peek() == '/') cursor.advance();
+    if (cursor.atEnd()) {
+        cursor.finished = true;
+        return;
+    }
+    if (cursor.peek() == '>') return;
+
+    for (;;) {
+        if (cursor.atEnd()) {
+            cursor.finished = true;
+            return;
+        }
+        const std::uint8_t byte = cursor.peek();
+        if (sink.named() && byte == '=') {
+            cursor.advance();
+            scanValueUnlessAtEnd(cursor, sink);
+            return;
+        }
+        if (isSpaceByte(byte)) {
+            // Space after the name: a value only if "=" comes next.
+            skipSpaceBytes(cursor);
+            if (cursor.atEnd()) cursor.finished = true;
+            if (cursor.peek() != '=') return;
+            cursor.advance();
+            scanValueUnlessAtEnd(cursor, sink);
+            return;
+        }
+        if (byte == '/' || byte == '>') return;
+        scanNameRun(cursor, sink);
+    }
 }
 
 }  // namespace
@@ -251,86 +406,34 @@ const CharsetRow* readMetaEncoding(PrescanCursor& cursor)
 
 NarrowAttribute readPrescanAttribute(PrescanCursor& cursor)
 {
-    NarrowAttribute attribute = emptyAttributeAt(cursor);
-    while (isSpaceByte(cursor.peek()) || cursor.peek() == '/') cursor.advance();
-    if (cursor.atEnd()) {
-        cursor.finished = true;
-        return attribute;
-    }
-    if (cursor.peek() == '>') return attribute;
-
-    for (;;) {
-        if (cursor.atEnd()) {
-            cursor.finished = true;
-            return attribute;
-        }
-        const std::uint8_t byte = cursor.peek();
-        if (!attribute.name.empty() && byte == '=') {
-            cursor.advance();
-            readValueUnlessAtEnd(cursor, attribute);
-            return attribute;
-        }
-        if (isSpaceByte(byte)) {
-            // Space after the name: a value only if "=" comes next.
-            skipSpaceBytes(cursor);
-            if (cursor.atEnd()) cursor.finished = true;
-            if (cursor.peek() != '=') return attribute;
-            cursor.advance();
-            readValueUnlessAtEnd(cursor, attribute);
-            return attribute;
-        }
-        if (byte == '/' || byte == '>') return attribute;
-        attribute.name.push_back(lowerCased(byte));
-        attribute.attributeId = AttributeId::Unknown;
-        cursor.advance();
-    }
+    KeptAttribute kept(cursor);
+    scanAttribute(cursor, kept);
+    return kept.attribute;
 }
 
 std::string readPrescanValue(PrescanCursor& cursor)
 {
-    std::string value;
-    skipSpaceBytes(cursor);
-    if (cursor.atEnd()) {
-        cursor.finished = true;
-        return value;
-    }
-    const std::uint8_t first = cursor.peek();
-    if (first == '"' || first == '\'') {
-        cursor.advance();
-        while (cursor.remaining != 0 && cursor.peek() != first) {
-            value.push_back(lowerCased(cursor.peek()));
-            cursor.advance();
-        }
-        // An unclosed quote gives what was collected.
-        if (cursor.remaining != 0) cursor.advance();
-        return value;
-    }
-    if (first == '>') return value;
-
-    value.push_back(lowerCased(first));
-    cursor.advance();
-    for (;;) {
-        if (cursor.remaining == 0) {
-            cursor.finished = true;
-            return value;
-        }
-        const std::uint8_t byte = cursor.peek();
-        if (isSpaceByte(byte) || byte == '>') return value;
-        value.push_back(lowerCased(byte));
-        cursor.advance();
-    }
+    KeptValue kept;
+    scanValue(cursor, kept);
+    return kept.value;
 }
 
 void skipTagAttributes(PrescanCursor& cursor)
 {
-    while (cursor.remaining != 0 && !isSpaceByte(cursor.peek()) && cursor.peek() != '>') cursor.advance();
+    if (cursor.remaining != 0) {
+        const std::uint32_t count = isSpaceByte(cursor.peek()) || cursor.peek() == '>'
+            ? 0
+            : runLength(cursor, [](std::uint8_t byte) { return isSpaceByte(byte) || byte == '>'; });
+        if (count != 0) cursor.advanceBy(count);
+    }
     if (cursor.remaining == 0) {
         cursor.finished = true;
         return;
     }
     for (;;) {
-        const NarrowAttribute attribute = readPrescanAttribute(cursor);
-        if (attribute.name.empty() || cursor.finished) return;
+        SkippedAttribute attribute;
+        scanAttribute(cursor, attribute);
+        if (!attribute.named() || cursor.finished) return;
     }
 }
 
