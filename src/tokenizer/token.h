@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "dom/attribute.h"
+#include "dom/attribute_map.h"
 #include "dom/names.h"
 #include "dom/parse_heap.h"
 #include "library/shared_types.h"
@@ -21,10 +22,6 @@ enum class TokenType : std::uint32_t {
     Doctype = 4,
     Comment = 5,
 };
-
-// Attributes by qualified name, ordered by 16-bit unit value (a name sorts
-// before any longer name that it begins).
-using AttributeMap = std::map<UString, AttributeRef>;
 
 class Token {
 public:

@@ -165,39 +165,53 @@ void TreeConstructor::foreignEndTag(const TokenRef& token)
     }
 }
 
+// The adjustments give some attributes a new name and enter them under it,
+// replacing an attribute of that name, and then drop their old keys. Every
+// new key sorts before its old one, so a walk in key order would never meet
+// an entry made on the way; the changes are gathered in that order and made
+// after the walk, with the same outcome.
+struct TreeConstructor::AttributeRename {
+    UString oldKey;
+    UString newKey;
+    AttributeRef attribute;
+    bool keepsOldKey;
+};
+
+void TreeConstructor::applyRenames(AttributeMap& attributes, std::vector<AttributeRename>& renames)
+{
+    for (AttributeRename& rename : renames) attributes[rename.newKey] = std::move(rename.attribute);
+    for (const AttributeRename& rename : renames) {
+        if (!rename.keepsOldKey) attributes.erase(rename.oldKey);
+    }
+}
+
 void TreeConstructor::adjustMathmlAttributes(const TokenRef& token)
 {
     AttributeMap& attributes = asTag(token).attributes;
-    std::vector<UString> oldKeys;
-    for (auto& [key, attribute] : attributes) {
+    std::vector<AttributeRename> renames;
+    for (const auto& [key, attribute] : attributes) {
         if (key != kMathmlDefinitionUrl) continue;
-        AttributeRef adjusted = attribute;
-        adjusted->setName(UString(kMathmlDefinitionUrlAdjusted));
-        attributes[UString(kMathmlDefinitionUrlAdjusted)] = adjusted;
-        oldKeys.push_back(key);
+        attribute->setName(UString(kMathmlDefinitionUrlAdjusted));
+        renames.push_back({key, UString(kMathmlDefinitionUrlAdjusted), attribute, false});
     }
-    for (const UString& key : oldKeys) attributes.erase(key);
+    applyRenames(attributes, renames);
 }
 
 void TreeConstructor::adjustForeignAttributes(const TokenRef& token)
 {
     // Re-keys each attribute of the table under its local name, replacing an
-    // attribute of that name, and drops its qualified key afterwards. The new
-    // keys all sort before the qualified ones, so the walk does not meet them
-    // again.
+    // attribute of that name, and drops its qualified key afterwards.
     AttributeMap& attributes = asTag(token).attributes;
-    std::vector<UString> oldKeys;
-    for (auto& [key, attribute] : attributes) {
+    std::vector<AttributeRename> renames;
+    for (const auto& [key, attribute] : attributes) {
         const ForeignAttributeRow* row = lookupForeignAttribute(key.data(), key.size());
         if (!row) continue;
-        AttributeRef adjusted = attribute;
-        adjusted->setName(UString(row->localName));
-        adjusted->namespaceId = row->namespaceId;
-        attributes[UString(row->localName)] = adjusted;
+        attribute->setName(UString(row->localName));
+        attribute->namespaceId = row->namespaceId;
         // The xmlns row is entered under its own key, which therefore stays.
-        if (row->number != kKeptKeyRow) oldKeys.push_back(key);
+        renames.push_back({key, UString(row->localName), attribute, row->number == kKeptKeyRow});
     }
-    for (const UString& key : oldKeys) attributes.erase(key);
+    applyRenames(attributes, renames);
 }
 
 }  // namespace Parsers

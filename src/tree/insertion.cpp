@@ -156,11 +156,8 @@ void TreeConstructor::mergeAttributes(const TokenRef& token, Element& element)
         return;
     }
     // The element's own values win: a later value never replaces one there.
-    for (const auto& [key, attribute] : tag.attributes) {
-        if (element.attributes.count(key) != 0) continue;
-        attribute->owner = &element;
-        element.attributes.emplace(key, attribute);
-    }
+    element.attributes.mergeMissing(
+        tag.attributes, [&element](const AttributeRef& attribute) { attribute->owner = &element; });
 }
 
 void TreeConstructor::resetInsertionMode()

@@ -378,6 +378,10 @@ private:
     void inSelectEndTag(const TokenRef& token);
     void endOptgroupInSelect(const TokenRef& token);
 
+    struct AttributeRename;
+    // Enters each renamed attribute under its new key, then drops the old
+    // keys that do not stay.
+    static void applyRenames(AttributeMap& attributes, std::vector<AttributeRename>& renames);
     void foreignStartTag(const TokenRef& token);
     void foreignEndTag(const TokenRef& token);
     bool breaksOutOfForeignContent(TagToken& tag);

@@ -1,0 +1,129 @@
+// The ordered map of attributes: order by 16-bit units, the first entry of a
+// key wins, and maps built out of order past the sorted insert limit.
+
+#include "dom/attribute_map.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Parsers {
+namespace {
+
+AttributeRef attributeNamed(const UString& name)
+{
+    auto attribute = std::make_shared<Attribute>(name[0], TextPosition{});
+    attribute->name = name;
+    return attribute;
+}
+
+std::vector<UString> keysOf(const AttributeMap& map)
+{
+    std::vector<UString> keys;
+    for (const auto& entry : map) keys.push_back(entry.first);
+    return keys;
+}
+
+TEST(AttributeMap, OrdersByUnitsShorterFirstAndKeepsTheFirstOfAKey)
+{
+    AttributeMap map;
+    const AttributeRef first = attributeNamed(u"b");
+    EXPECT_TRUE(map.try_emplace(u"ba", attributeNamed(u"ba")).second);
+    EXPECT_TRUE(map.try_emplace(u"b", first).second);
+    EXPECT_TRUE(map.try_emplace(u"\u00E9", attributeNamed(u"\u00E9")).second);
+    EXPECT_TRUE(map.try_emplace(u"B", attributeNamed(u"B")).second);
+    const auto [entry, entered] = map.try_emplace(u"b", attributeNamed(u"b"));
+    EXPECT_FALSE(entered);
+    EXPECT_EQ(entry->second, first);
+    EXPECT_EQ(keysOf(map), (std::vector<UString>{u"B", u"b", u"ba", u"\u00E9"}));
+    EXPECT_EQ(map.at(u"b"), first);
+    EXPECT_EQ(map.count(u"ba"), 1u);
+    EXPECT_EQ(map.count(u"c"), 0u);
+    EXPECT_THROW(map.at(u"c"), std::out_of_range);
+}
+
+TEST(AttributeMap, IndexingEntersAnEmptyValueAndErasingRemovesTheKey)
+{
+    AttributeMap map;
+    map.try_emplace(u"x", attributeNamed(u"x"));
+    EXPECT_EQ(map[u"a"], nullptr);
+    EXPECT_EQ(keysOf(map), (std::vector<UString>{u"a", u"x"}));
+    const AttributeRef replacement = attributeNamed(u"y");
+    map[u"x"] = replacement;
+    EXPECT_EQ(map.at(u"x"), replacement);
+    EXPECT_EQ(map.erase(u"a"), 1u);
+    EXPECT_EQ(map.erase(u"a"), 0u);
+    EXPECT_EQ(keysOf(map), (std::vector<UString>{u"x"}));
+}
+
+// Keys in a shuffled order, a repeat of each now and then, against a std::map
+// given the same calls.
+TEST(AttributeMap, ManyKeysOutOfOrderGiveTheOrderAndAnswersOfAnOrderedMap)
+{
+    for (std::size_t count : {10u, 64u, 65u, 300u, 5000u}) {
+        std::vector<UString> keys;
+        for (std::size_t i = 0; i < count; ++i) {
+            // Built by appending: GCC 12 warns falsely (-Wrestrict) about a
+            // literal put in front of a temporary string.
+            UString key = u"a";
+            key += static_cast<char16_t>(u'0' + i % 10);
+            key.append(i / 10 % 7, u'z');
+            key += static_cast<char16_t>(0x100 + i);
+            keys.push_back(key);
+        }
+        std::mt19937 random(static_cast<unsigned>(count));
+        std::shuffle(keys.begin(), keys.end(), random);
+        AttributeMap map;
+        std::map<UString, AttributeRef> reference;
+        for (std::size_t i = 0; i < keys.size(); ++i) {
+            const AttributeRef value = attributeNamed(keys[i]);
+            const auto [entry, entered] = map.try_emplace(keys[i], value);
+            const auto [expected, expectedEntered] = reference.try_emplace(keys[i], value);
+            ASSERT_EQ(entered, expectedEntered);
+            ASSERT_EQ(entry->second, expected->second);
+            if (i % 7 == 0) {
+                const UString& again = keys[i / 2];
+                const auto [repeat, repeatEntered] = map.try_emplace(again, attributeNamed(again));
+                EXPECT_FALSE(repeatEntered);
+                EXPECT_EQ(repeat->second, reference.at(again));
+            }
+        }
+        ASSERT_EQ(map.size(), reference.size());
+        auto expected = reference.begin();
+        for (const auto& entry : map) {
+            EXPECT_EQ(entry.first, expected->first);
+            EXPECT_EQ(entry.second, expected->second);
+            ++expected;
+        }
+        // A copy of a map built out of order is in order too.
+        const AttributeMap copy = map;
+        EXPECT_EQ(keysOf(copy), keysOf(map));
+    }
+}
+
+TEST(AttributeMap, MergeMissingKeepsOwnValuesAndEntersTheRest)
+{
+    AttributeMap own;
+    const AttributeRef ownB = attributeNamed(u"b");
+    own.try_emplace(u"b", ownB);
+    own.try_emplace(u"d", attributeNamed(u"d"));
+    AttributeMap other;
+    other.try_emplace(u"a", attributeNamed(u"a"));
+    other.try_emplace(u"b", attributeNamed(u"b"));
+    other.try_emplace(u"c", attributeNamed(u"c"));
+    other.try_emplace(u"e", attributeNamed(u"e"));
+    std::vector<UString> entered;
+    own.mergeMissing(other,
+                     [&entered](const AttributeRef& attribute) { entered.push_back(attribute->name); });
+    EXPECT_EQ(entered, (std::vector<UString>{u"a", u"c", u"e"}));
+    EXPECT_EQ(keysOf(own), (std::vector<UString>{u"a", u"b", u"c", u"d", u"e"}));
+    EXPECT_EQ(own.at(u"b"), ownB);
+}
+
+}  // namespace
+}  // namespace Parsers
