@@ -25,6 +25,7 @@ std::uint32_t parseAndWrite(void* input, std::uint32_t size, HGLOBAL* imageHandl
     if (listener) addErrorListener(*source, std::move(listener));
     bool isUtf16 = record->inputKind == DOM_INPUT_UTF16;
     Document* document = parseDocumentInMode(*source, input, size, isUtf16, parseMode);
+    releaseDecodedText(*source);
     record->result = writeDocumentImage(*document, imageHandleOut);
     releaseSource(*source);
     source.reset();

@@ -4,6 +4,16 @@
 
 namespace Parsers {
 
+void releaseDecodedText(SourceBuffer& source)
+{
+    if (source.text == source.decodedText.data()) {
+        source.text = nullptr;
+        source.textLength = 0;
+    }
+    source.decodedText.clear();
+    source.decodedText.shrink_to_fit();
+}
+
 void releaseSource(SourceBuffer& source)
 {
     source.documents.clear();

@@ -71,4 +71,9 @@ struct SourceBuffer {
 // trees), then the decoded text, then the listeners.
 void releaseSource(SourceBuffer& source);
 
+// Releases the decoded text once the tree is built: the tree holds copies of
+// all it needs, and the image writer, whose tables are the peak of a parse's
+// memory, never reads the text. The text pointer goes with it.
+void releaseDecodedText(SourceBuffer& source);
+
 }  // namespace Parsers
