@@ -235,9 +235,9 @@ NodeRef createElementFromToken(const TagTokenRef& startTag, NamespaceId namespac
     TagId id = startTag->getTagId();
     std::shared_ptr<Element> element;
     if (id == TagId::Td || id == TagId::Th) {
-        element = makeShared<TableCellElement>(heap, startTag);
+        element = makeNode<TableCellElement>(heap, startTag);
     } else {
-        element = makeShared<Element>(heap, startTag);
+        element = makeNode<Element>(heap, startTag);
     }
     // Case preserving parsing (kind 2) gives elements from tags no namespace.
     element->namespaceId = documentKind == 2 ? NamespaceId::None : namespaceId;

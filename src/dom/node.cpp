@@ -18,7 +18,7 @@ std::uint32_t Node::serialize(std::uint8_t*, StringTable*)
 Node::~Node()
 {
     if (children.empty()) return;
-    std::vector<NodeRef> pending = std::move(children);
+    NodeList pending = std::move(children);
     children.clear();
     while (!pending.empty()) {
         NodeRef node = std::move(pending.back());
@@ -81,7 +81,7 @@ void appendText(Node* target, const Node* text)
     static_cast<CharacterData*>(target)->data.append(static_cast<const CharacterData*>(text)->data);
 }
 
-std::vector<NodeRef>::iterator findChild(std::vector<NodeRef>& children, const Node* child)
+NodeList::iterator findChild(NodeList& children, const Node* child)
 {
     return std::find_if(children.begin(), children.end(),
                         [child](const NodeRef& entry) { return entry.get() == child; });
@@ -112,19 +112,6 @@ bool canHoldChildren(const Node* parent)
 {
     return parent &&
            (parent->nodeType == NodeType::Element || parent->nodeType == NodeType::Document);
-}
-
-void linkAsLastChild(NodeRef child, std::vector<NodeRef>& list)
-{
-    if (list.empty()) {
-        child->nextSibling = nullptr;
-        child->previousSibling = nullptr;
-    } else {
-        Node* last = list.back().get();
-        child->previousSibling = last;
-        last->nextSibling = child.get();
-    }
-    list.push_back(std::move(child));
 }
 
 void appendChild(NodeRef child, Node* parent)
@@ -216,7 +203,7 @@ NodeRef removeChild(Node* child, Node* parent)
 // for each one, which would be quadratic in the number of children.
 void moveChildren(Node* source, Node* target)
 {
-    std::vector<NodeRef> moving = std::move(source->children);
+    NodeList moving = std::move(source->children);
     source->children.clear();
     for (NodeRef& child : moving) {
         child->parent = nullptr;

@@ -17,6 +17,11 @@ namespace Parsers {
 
 class Document;
 
+// The children of a node. A node made during a parse draws the list from the
+// parse's heap (see makeNode): almost every element has a child, so the list
+// of each was the commonest allocation left.
+using NodeList = std::vector<NodeRef, ParseHeapAllocator<NodeRef>>;
+
 class Node : public BinarySerializable {
 public:
     explicit Node(NodeType type) : nodeType(type) {}
@@ -47,8 +52,8 @@ public:
     bool isElement() const { return nodeType == NodeType::Element; }
     bool isText() const { return nodeType == NodeType::Text; }
     Node* getParent() const { return parent; }
-    std::vector<NodeRef>& getChildren() { return children; }
-    const std::vector<NodeRef>& getChildren() const { return children; }
+    NodeList& getChildren() { return children; }
+    const NodeList& getChildren() const { return children; }
     Node* lastChild() const { return children.empty() ? nullptr : children.back().get(); }
     NamespaceId getNamespaceId() const { return namespaceId; }
     void setNamespaceId(NamespaceId id) { namespaceId = id; }
@@ -60,7 +65,7 @@ public:
     Node* previousSibling = nullptr;
     Node* nextSibling = nullptr;
     Node* parent = nullptr;
-    std::vector<NodeRef> children;
+    NodeList children;
     bool hiddenFromMarkup = false;
     std::uint32_t imageIndex = 0xFFFFFFFFu;
     NamespaceId namespaceId = NamespaceId::Html;
@@ -164,7 +169,29 @@ NodeRef removeChild(Node* child, Node* parent);
 void moveChildren(Node* source, Node* target);
 void moveChildren(const NodeRef& source, const NodeRef& target);
 // Sets the sibling links of child for the end of list and pushes it.
-void linkAsLastChild(NodeRef child, std::vector<NodeRef>& list);
+template <typename List>
+void linkAsLastChild(NodeRef child, List& list)
+{
+    if (list.empty()) {
+        child->nextSibling = nullptr;
+        child->previousSibling = nullptr;
+    } else {
+        Node* last = list.back().get();
+        child->previousSibling = last;
+        last->nextSibling = child.get();
+    }
+    list.push_back(std::move(child));
+}
+
+// A node that can hold children, made from the heap when one is given, with
+// its child list drawing on the same heap.
+template <typename T, typename... Arguments>
+std::shared_ptr<T> makeNode(ParseHeap* heap, Arguments&&... arguments)
+{
+    std::shared_ptr<T> node = makeShared<T>(heap, std::forward<Arguments>(arguments)...);
+    if (heap) node->children = NodeList(ParseHeapAllocator<NodeRef>(heap));
+    return node;
+}
 
 // The text with &, <, > and U+00A0 written as references, and " too inside an
 // attribute value. The result is one static string that every call clears and

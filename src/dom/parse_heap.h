@@ -20,6 +20,8 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <new>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -66,20 +68,36 @@ private:
     bool released = false;
 };
 
-// The allocator that makes std::allocate_shared take its block from a heap.
+// The allocator that makes std::allocate_shared, or a container, take its
+// blocks from a heap; without a heap, from the general allocator. A container
+// that is given one by move takes its heap along.
 template <typename T>
 class ParseHeapAllocator {
 public:
     using value_type = T;
+    using propagate_on_container_move_assignment = std::true_type;
+    using propagate_on_container_swap = std::true_type;
 
+    ParseHeapAllocator() noexcept = default;
     explicit ParseHeapAllocator(ParseHeap* source) noexcept : heap(source) {}
     template <typename U>
     ParseHeapAllocator(const ParseHeapAllocator<U>& other) noexcept : heap(other.heap)
     {
     }
 
-    T* allocate(std::size_t count) { return static_cast<T*>(heap->allocate(count * sizeof(T))); }
-    void deallocate(T* block, std::size_t count) noexcept { heap->deallocate(block, count * sizeof(T)); }
+    T* allocate(std::size_t count)
+    {
+        const std::size_t bytes = count * sizeof(T);
+        return static_cast<T*>(heap ? heap->allocate(bytes) : ::operator new(bytes));
+    }
+    void deallocate(T* block, std::size_t count) noexcept
+    {
+        if (heap) {
+            heap->deallocate(block, count * sizeof(T));
+        } else {
+            ::operator delete(block);
+        }
+    }
 
     template <typename U>
     bool operator==(const ParseHeapAllocator<U>& other) const noexcept
@@ -87,7 +105,7 @@ public:
         return heap == other.heap;
     }
 
-    ParseHeap* heap;
+    ParseHeap* heap = nullptr;
 };
 
 // An object with its reference count in one block: from the heap when there

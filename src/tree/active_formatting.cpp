@@ -114,7 +114,7 @@ void TreeConstructor::reconstructActiveFormatting(bool foster)
     // where the current node is, in the list's order.
     for (std::size_t position = start; position < entries.size(); ++position) {
         Node* entry = entries[position].get();
-        auto clone = makeShared<Element>(heap(), static_cast<Element&>(*entry).getToken());
+        auto clone = makeNode<Element>(heap(), static_cast<Element&>(*entry).getToken());
         if (foster) {
             insertFosterParented(clone);
         } else {

@@ -26,7 +26,7 @@ Element& asElement(const NodeRef& node)
 // attributes (shared), no parent, no children, namespace HTML.
 NodeRef cloneFromToken(const NodeRef& element, ParseHeap* heap)
 {
-    return makeShared<Element>(heap, asElement(element).getToken());
+    return makeNode<Element>(heap, asElement(element).getToken());
 }
 
 // The furthest block: of the special elements above the formatting element at

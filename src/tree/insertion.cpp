@@ -101,7 +101,7 @@ void TreeConstructor::createHtmlRoot()
 {
     // Made from its tag id alone, with no token: the one element of the tree
     // constructor that keeps the HTML namespace under case preserving parsing.
-    auto root = makeShared<Element>(heap(), TagId::Html, NodeType::Element);
+    auto root = makeNode<Element>(heap(), TagId::Html, NodeType::Element);
     appendChild(root, document.get());
     pushOpenElement(std::move(root));
     insertionMode = InsertionMode::BeforeHead;

@@ -27,7 +27,7 @@ bool equalsFoldedAscii(const UString& value, std::u16string_view lowerCase)
 
 TreeConstructor::TreeConstructor(SourceBuffer* sourceBuffer, Tokenizer* owningTokenizer,
                                  std::uint32_t kind)
-    : document(makeShared<Document>(heap(), static_cast<std::int32_t>(kind))),
+    : document(makeNode<Document>(heap(), static_cast<std::int32_t>(kind))),
       source(sourceBuffer),
       tokenizer(owningTokenizer),
       documentKind(kind)

@@ -91,5 +91,23 @@ TEST(ParseHeap, TextNodesOfARunComeFromTheHeapGiven)
     EXPECT_EQ(static_cast<TextNode&>(*parent->children[0]).data, u"abcd");
 }
 
+TEST(ParseHeap, NodesDrawTheirChildListsFromTheirHeap)
+{
+    ParseHeapOwner owner;
+    auto parent = makeNode<Element>(owner.get(), TagId::Unknown, NodeType::Element);
+    EXPECT_EQ(parent->children.get_allocator().heap, owner.get());
+    for (int i = 0; i < 100; ++i) {
+        appendChild(makeNode<Element>(owner.get(), TagId::Unknown, NodeType::Element), parent.get());
+    }
+    // Children move between lists of different origins as they do anywhere.
+    Document document(2);
+    EXPECT_EQ(document.children.get_allocator().heap, nullptr);
+    moveChildren(parent.get(), &document);
+    EXPECT_TRUE(parent->children.empty());
+    ASSERT_EQ(document.children.size(), 100u);
+    EXPECT_EQ(document.children[0]->parent, &document);
+    EXPECT_EQ(document.children[99]->previousSibling, document.children[98].get());
+}
+
 }  // namespace
 }  // namespace Parsers
