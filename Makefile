@@ -89,3 +89,46 @@ bench-smoke: bench-build
 
 bench-images: bench-build
 	./$(BENCH_BUILD)/domparse_image_hashes --corpus $(CORPUS) --check bench/corpus_image_hashes.txt
+
+# Sanitizers and fuzzing, with clang (scripts/setup-sanitize.sh installs clang,
+# its sanitizer and libFuzzer runtimes and llvm as root, or says what to
+# install). Each has a build folder of its own.
+# - `make test-sanitize` builds everything with ASan and UBSan and runs the
+#   whole suite (the tests that cannot run under a sanitizer are listed in
+#   tests/sanitizer_exclusions.cmake; stress sizes are scaled down), then the
+#   concurrency test under ThreadSanitizer (`make test-tsan`).
+# - `make fuzz FUZZ_SECONDS=N` builds the libFuzzer targets of fuzz/ and runs
+#   each for N seconds (fuzz/run.sh).
+SANITIZE_BUILD ?= build-sanitize
+TSAN_BUILD ?= build-tsan
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 60
+CLANG = -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
+# Every finding ends its test with a report; leaks are findings too. An
+# allocation beyond what ASan's allocator serves fails as malloc and calloc
+# promise (the block functions' tests ask for impossible sizes).
+SANITIZER_ENV = ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1:check_initialization_order=1:strict_init_order=1 \
+  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
+
+.PHONY: setup-sanitize test-sanitize test-tsan fuzz
+
+setup-sanitize: setup
+	@bash scripts/setup-sanitize.sh
+
+test-sanitize: setup-sanitize
+	cmake -S . -B $(SANITIZE_BUILD) $(CLANG) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) \
+	  -DDOMPARSE_SANITIZE=address,undefined
+	cmake --build $(SANITIZE_BUILD) -j $(JOBS)
+	$(SANITIZER_ENV) ctest --test-dir $(SANITIZE_BUILD) --output-on-failure -j $(JOBS)
+	$(MAKE) test-tsan
+
+test-tsan: setup-sanitize
+	cmake -S . -B $(TSAN_BUILD) $(CLANG) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DDOMPARSE_SANITIZE=thread
+	cmake --build $(TSAN_BUILD) -j $(JOBS) --target concurrency_tests
+	$(SANITIZER_ENV) ./$(TSAN_BUILD)/tests/concurrency_tests
+
+fuzz: setup-sanitize
+	cmake -S . -B $(FUZZ_BUILD) $(CLANG) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DDOMPARSE_FUZZ=ON \
+	  -DDOMPARSE_BUILD_TESTS=OFF
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target domparse_fuzz_targets
+	$(SANITIZER_ENV) bash fuzz/run.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)

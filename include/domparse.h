@@ -16,7 +16,8 @@
  *   it with GlobalLock / GlobalUnlock and releases it with GlobalFree. Its size
  *   is given in the record's result field; the block itself may be larger.
  * - A parse is one synchronous call on the caller's thread. The library starts
- *   no threads, reads no files and keeps no state between calls.
+ *   no threads, reads no files and keeps no state between calls that could
+ *   change a result or an image (see the shared character at the end).
  *
  * On Windows the block functions are kernel32's. On other systems this library
  * exports functions of the same names and meaning, so that host code is the
@@ -67,6 +68,13 @@ extern "C" {
 #define DOM_RESULT_BAD_RECORD 1u    /* record version is not 2; nothing was touched */
 #define DOM_RESULT_FAILED 2u        /* no text could be made of the input, or another error */
 #define DOM_RESULT_OUT_OF_MEMORY 3u /* memory ran out during the parse or the image writing */
+
+/* Result codes that only DOM_ParseGuarded returns (see the guarded library
+ * below). Where DOM_Parse does not come back normally, it ends the parse with
+ * one of these. */
+#define DOM_RESULT_NO_BODY 4u      /* the finished document has no body to lift */
+#define DOM_RESULT_NEVER_ENDS 5u   /* the input can never be consumed to its end */
+#define DOM_RESULT_BARE_BYTE_ORDER_MARK 6u /* a byte order mark with no text behind it */
 
 /* The caller's record: 10 bytes, packed, little-endian fields. */
 #pragma pack(push, 1)
@@ -125,6 +133,45 @@ DOMPARSE_API uint32_t DOM_GetVersion(void);
  * handle is valid only when the result is DOM_RESULT_OK. */
 DOMPARSE_API uint32_t DOM_Parse(void* input, uint32_t size, HGLOBAL* imageHandleOut,
                                 DOM_ParseRecord* record);
+
+/* The guarded library
+ * -------------------
+ * libdomparse_guarded.so (domparse_guarded.dll on Windows) is built from the
+ * same sources and exports this one function, for callers who parse untrusted
+ * input. It takes the same arguments and record, and on every input on which
+ * DOM_Parse returns it returns the same result and an image identical byte for
+ * byte. Where DOM_Parse does not come back normally, it ends the parse with a
+ * result code instead:
+ *
+ * - DOM_RESULT_NEVER_ENDS (5): the text can never be read to its end. DOM_Parse
+ *   turns for ever: a text that ends in "<" in a less-than state emits "<"
+ *   without bound (until memory runs out where the tree keeps them), and a
+ *   text that ends in an attribute name and one space turns between the two
+ *   attribute name states. The guarded build watches the progress of the
+ *   reading itself, not particular inputs: a parse whose stream stops
+ *   advancing while the tokenizer keeps turning is ended, whatever loop holds
+ *   it.
+ * - DOM_RESULT_NO_BODY (4): the finished tree has no html element with a body
+ *   child (for example "<!DOCTYPE html><html><p>x</p></html>", or UTF-16 input
+ *   of fewer than two bytes). DOM_Parse reads through the missing body and the
+ *   process ends with a memory fault.
+ * - DOM_RESULT_BARE_BYTE_ORDER_MARK (6): the bytes FE FF with less than one
+ *   unit behind them, whose byte swap DOM_Parse runs off the buffer, and the
+ *   bytes EF BB BF alone, which leave DOM_Parse no text to read.
+ *
+ * Blocks are allocated with the same block functions as those of DOM_Parse
+ * (on Linux the guarded library uses those of libdomparse.so, on Windows
+ * kernel32's), so the caller frees them with GlobalFree either way.
+ *
+ * The one state that parses share is a single 16-bit character of the
+ * character reference rules, set by attribute values and cleared by the
+ * reference after them, and never reset between calls; each library has its
+ * own. It is atomic, so calls may run on several threads at once. What a
+ * parse on one thread leaves there can change only which parse errors another
+ * parse reports, which reach no caller: it never changes a result or an
+ * image. */
+DOMPARSE_API uint32_t DOM_ParseGuarded(void* input, uint32_t size, HGLOBAL* imageHandleOut,
+                                       DOM_ParseRecord* record);
 
 #ifdef __cplusplus
 }

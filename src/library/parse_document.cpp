@@ -4,6 +4,7 @@
 
 #include "dom/element.h"
 #include "dom/node.h"
+#include "library/guarded.h"
 #include "library/prepare_input.h"
 #include "library/source_buffer.h"
 #include "tokenizer/tokenizer.h"
@@ -23,11 +24,41 @@ namespace {
     __builtin_trap();
 }
 
+// The guarded build's watch over the main loop: the furthest the stream has
+// ever been read, and the steps taken since it last grew. A parse whose stream
+// stops advancing while the machine keeps turning can never reach the end of
+// its input, and is ended with its own result code.
+class ProgressWatch {
+public:
+    explicit ProgressWatch(const CharacterStream& watched) : stream(watched) {}
+
+    void afterStep()
+    {
+        const std::uint32_t reached = stream.length - stream.remaining;
+        if (reached > furthest) {
+            furthest = reached;
+            stepsWithoutProgress = 0;
+            return;
+        }
+        if (++stepsWithoutProgress == kStepsWithoutProgressLimit) {
+            endGuardedParse(DOM_RESULT_NEVER_ENDS);
+        }
+    }
+
+private:
+    const CharacterStream& stream;
+    std::uint32_t furthest = 0;
+    std::uint32_t stepsWithoutProgress = 0;
+};
+
 }  // namespace
 
 void liftBodyContent(Document& document)
 {
     NodeRef body = document.getBODYNode();
+    if constexpr (kGuardedBuild) {
+        if (!body) endGuardedParse(DOM_RESULT_NO_BODY);
+    }
     if (!body) readThroughMissingNode();
     moveChildren(body.get(), &document);
     NodeRef html = document.getHTMLNode();
@@ -63,7 +94,15 @@ Document* parseDocumentInMode(SourceBuffer& source, void* input, std::uint32_t s
 
     // The same test by which the states see the end: no unit left and none
     // current. An empty text never steps, and so never makes an end of file.
-    while (!tokenizer.atEndOfInput()) tokenizer.step();
+    if constexpr (kGuardedBuild) {
+        ProgressWatch watch(*tokenizer.stream);
+        while (!tokenizer.atEndOfInput()) {
+            tokenizer.step();
+            watch.afterStep();
+        }
+    } else {
+        while (!tokenizer.atEndOfInput()) tokenizer.step();
+    }
 
     std::shared_ptr<Document> document = treeConstructor->document;
     if (source.parseMode == 2) liftBodyContent(*document);

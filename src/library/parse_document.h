@@ -25,7 +25,8 @@ Document* parseDocumentInMode(SourceBuffer& source, void* input, std::uint32_t s
 // move, in order, to the end of the document, and the html element (with the
 // head and the emptied body) is removed. A document without html or without a
 // body under it has nothing to lift: the move reads through the missing body,
-// which ends the process with a memory fault.
+// which ends the process with a memory fault. The guarded build ends the parse
+// with DOM_RESULT_NO_BODY instead.
 void liftBodyContent(Document& document);
 
 }  // namespace Parsers

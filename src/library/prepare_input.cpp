@@ -11,6 +11,7 @@
 #endif
 
 #include "encoding/prescan.h"
+#include "library/guarded.h"
 
 namespace Parsers {
 namespace {
@@ -49,7 +50,15 @@ void settleText(SourceBuffer& source, CodePageDecoder decoder)
         source.text = reinterpret_cast<char16_t*>(source.rawBytes + 2);
         source.textLength = (source.rawSize - 2) / 2;
         source.encodingFixed = 1;
-        if (first == kBigEndianMark) swapByteOrder(source.text, source.textLength);
+        if (first == kBigEndianMark) {
+            // A mark with less than one unit behind it leaves the swap a count
+            // of 0 (or one wrapped from a size below 2): the guarded build
+            // stops before the loop runs off the buffer.
+            if constexpr (kGuardedBuild) {
+                if (source.rawSize < 4) endGuardedParse(DOM_RESULT_BARE_BYTE_ORDER_MARK);
+            }
+            swapByteOrder(source.text, source.textLength);
+        }
         return;
     }
     if (startsWithUtf8Mark(source)) {
@@ -119,6 +128,9 @@ inline void takeUnit(SourceBuffer& source, char16_t*& read, char16_t*& write)
 // memory for UTF-16 input. Runs without a CR are moved as blocks.
 void normaliseLineEnds(SourceBuffer& source)
 {
+    if constexpr (kGuardedBuild) {
+        if (source.text == nullptr) endGuardedParse(DOM_RESULT_BARE_BYTE_ORDER_MARK);
+    }
     if (source.text == nullptr) readThroughMissingText();
     char16_t* read = source.text;
     char16_t* write = source.text;

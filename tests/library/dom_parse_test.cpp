@@ -26,9 +26,11 @@ TEST(ParseEntry, RecordVersionOtherThanTwoIsRefusedUntouched)
         DOM_ParseRecord record{version, DOM_INPUT_BYTES, kUntouched};
         auto* handle = reinterpret_cast<HGLOBAL>(static_cast<std::uintptr_t>(0x1234));
         EXPECT_EQ(parseToImage(input.data(), 8, &handle, &record), DOM_RESULT_BAD_RECORD) << version;
-        EXPECT_EQ(record.result, kUntouched);
-        EXPECT_EQ(record.version, version);
-        EXPECT_EQ(record.inputKind, DOM_INPUT_BYTES);
+        // The record is packed: its fields are copied out, since a reference to
+        // one (as EXPECT_EQ takes) would be misaligned.
+        EXPECT_EQ(std::uint32_t{record.result}, kUntouched);
+        EXPECT_EQ(std::uint16_t{record.version}, version);
+        EXPECT_EQ(std::uint32_t{record.inputKind}, DOM_INPUT_BYTES);
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(handle), 0x1234u);
         EXPECT_EQ(input, before);
     }
@@ -40,9 +42,9 @@ TEST(ParseEntry, RecordIsTenPackedBytes)
     std::uint8_t raw[10] = {2, 0, 1, 0, 0, 0, 0x78, 0x56, 0x34, 0x12};
     DOM_ParseRecord record;
     std::memcpy(&record, raw, sizeof raw);
-    EXPECT_EQ(record.version, 2u);
-    EXPECT_EQ(record.inputKind, DOM_INPUT_UTF16);
-    EXPECT_EQ(record.result, 0x12345678u);
+    EXPECT_EQ(std::uint16_t{record.version}, 2u);
+    EXPECT_EQ(std::uint32_t{record.inputKind}, DOM_INPUT_UTF16);
+    EXPECT_EQ(std::uint32_t{record.result}, 0x12345678u);
 }
 
 TEST(ParseEntry, EmptyByteInputMakesNoText)
