@@ -107,9 +107,12 @@ void resolveNamespaces(Element& element, const NamespaceScopes& scopes)
 // The items of the image's tables in table order, and the size of the node
 // table.
 struct Collection {
-    std::vector<BinarySerializable*> nodes;
+    std::vector<Node*> nodes;
     std::vector<BinarySerializable*> attributes;
     std::uint64_t nodeTableSize = 0;
+    // How many strings the nodes asked for in the numbering round: the
+    // attributes' answers follow.
+    std::size_t nodeStringCalls = 0;
 };
 
 struct WalkFrame {
@@ -176,6 +179,7 @@ void collectImageItems(Document& document, Collection& collection, StringTable& 
     for (const NodeRef& child : document.children) {
         if (isImageRoot(child.get())) collectSubtree(child.get(), collection, scopes, strings);
     }
+    collection.nodeStringCalls = strings.calls();
 }
 
 // The numbering round of a table: the size of every record, and the strings
@@ -187,19 +191,29 @@ std::uint64_t numberTable(const std::vector<BinarySerializable*>& items, StringT
     return size;
 }
 
-// Writes the records back to back from `at`.
-void writeTable(std::uint8_t* at, const std::vector<BinarySerializable*>& items,
-                StringTable& strings)
+// Writes the node records back to back from the start of the node table and,
+// with each element, its attribute records, which follow one another in the
+// same order from the start of the attribute table. The records take their
+// numbers from the replay of the numbering round, the nodes' from its start
+// and the attributes' from where the nodes' end, and the string table fills
+// as they go. One walk instead of one per table and one for the strings:
+// each string is copied while its record's memory is at hand.
+void writeRecords(std::uint8_t* nodeTable, std::uint8_t* attributeTable,
+                  const Collection& collection, StringTable& strings)
 {
-    for (BinarySerializable* item : items) at += item->serialize(at, &strings);
-}
-
-// Copies the strings' units; the zero unit behind each is the block's own zero.
-void writeStrings(std::uint8_t* at, const StringTable& strings)
-{
-    for (const UString* text : strings.strings()) {
-        std::memcpy(at, text->data(), 2 * text->size());
-        at += 2 * text->size() + 2;
+    std::size_t attributeAnswers = collection.nodeStringCalls;
+    for (Node* node : collection.nodes) {
+        nodeTable += node->serialize(nodeTable, &strings);
+        if (node->nodeType != NodeType::Element) continue;
+        const AttributeMap& attributes = static_cast<Element*>(node)->attributes;
+        if (attributes.empty()) continue;
+        const std::size_t nodeAnswers = strings.replayPosition();
+        strings.seekReplay(attributeAnswers);
+        for (const auto& entry : attributes) {
+            attributeTable += entry.second->serialize(attributeTable, &strings);
+        }
+        attributeAnswers = strings.replayPosition();
+        strings.seekReplay(nodeAnswers);
     }
 }
 
@@ -245,10 +259,8 @@ std::uint32_t writeDocumentImage(Document& document, HGLOBAL* out)
     ImageBlock block;
     block.allocate(ImageBlock::doubledCapacity(ImageLayout::kInitialBlockSize, total));
     std::uint8_t* image = block.lock();
-    strings.replay();
-    writeTable(image + ImageLayout::kHeaderSize, collection.nodes, strings);
-    writeTable(image + attributeTableOffset, collection.attributes, strings);
-    writeStrings(image + stringTableOffset, strings);
+    strings.replay(image + stringTableOffset);
+    writeRecords(image + ImageLayout::kHeaderSize, image + attributeTableOffset, collection, strings);
     writeHeader(image, ImageHeader{static_cast<std::uint32_t>(collection.nodes.size()),
                                    static_cast<std::uint32_t>(collection.attributes.size()),
                                    static_cast<std::uint32_t>(attributeTableOffset), strings.size(),

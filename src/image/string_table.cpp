@@ -38,9 +38,8 @@ StringTable::StringTable(std::size_t expectedStrings) : slots(slotCountFor(expec
     entries.reserve(expectedStrings);
 }
 
-std::uint32_t StringTable::intern(const UString& text)
+std::uint32_t StringTable::number(const UString& text)
 {
-    if (replaying) return answers[replayed++];
     const std::uint64_t hash = hashUnits(text.data(), text.size());
     const std::size_t mask = slots.size() - 1;
     for (std::size_t slot = hash & mask;; slot = (slot + 1) & mask) {
@@ -57,10 +56,29 @@ std::uint32_t StringTable::intern(const UString& text)
     }
 }
 
-void StringTable::replay()
+void StringTable::replay(std::uint8_t* stringArea)
 {
     replaying = true;
     replayed = 0;
+    area = stringArea;
+    offsets.resize(entries.size());
+    std::uint64_t offset = 0;
+    for (std::size_t index = 0; index < entries.size(); ++index) {
+        offsets[index] = offset;
+        offset += 2ull * entries[index]->size() + 2;
+    }
+    copied.assign(entries.size(), false);
+}
+
+std::uint32_t StringTable::replayAnswer()
+{
+    const std::uint32_t answer = answers[replayed++];
+    if (!copied[answer]) {
+        const UString& text = *entries[answer];
+        std::memcpy(area + offsets[answer], text.data(), 2 * text.size());
+        copied[answer] = true;
+    }
+    return answer;
 }
 
 std::uint32_t StringTable::add(const UString& text, std::uint64_t hash, std::size_t slot)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "library/shared_types.h"
@@ -13,11 +14,17 @@ namespace Parsers {
 // threads at once. An index from content to number gives each repeated string
 // the number of its first occurrence in constant time.
 //
-// The image writer asks for every string twice, in the same order: once to
-// number the strings, which gives the size of the table before any record is
-// written, and once to write the records. So the table keeps the answers of
-// the first round in order, and after replay() gives them back one by one
-// without looking at the strings again.
+// The image writer asks for every string twice: once to number the strings,
+// which gives the size of the table before any record is written, and once to
+// write the records. So the table keeps the answers of the first round in
+// order, and after replay() gives them back one by one without looking at the
+// strings again. The writer may read the answers from more than one place in
+// that order (replayPosition, seekReplay), so that it can write an element's
+// attribute records with the element although their strings were numbered
+// after those of all nodes. While it replays, the table also copies each
+// string into the image at the first answer that gives its number: the
+// string has just been read for its record, and a separate pass over all
+// strings at the end would read them all again.
 class StringTable {
 public:
     // expectedStrings sizes the index once, sparing the rehashes of growing
@@ -28,9 +35,20 @@ public:
     // given to equal content otherwise. The table keeps a pointer to the
     // string, which must outlive the table. After replay(), the number that
     // the call of the same rank got before.
-    std::uint32_t intern(const UString& text);
-    // Starts giving back the numbers of the calls made so far, in order.
-    void replay();
+    std::uint32_t intern(const UString& text)
+    {
+        if (replaying) return replayAnswer();
+        return number(text);
+    }
+    // Starts giving back the numbers of the calls made so far, in order, and
+    // copies the units of each string to its place in `stringArea`, the
+    // image's string table. The zero unit behind each is the image's own.
+    void replay(std::uint8_t* stringArea);
+    // The rank of the next answer given back, and a move to another rank.
+    std::size_t replayPosition() const { return replayed; }
+    void seekReplay(std::size_t position) { replayed = position; }
+    // How many strings have been asked for so far, repeats included.
+    std::size_t calls() const { return answers.size(); }
 
     const std::vector<const UString*>& strings() const { return entries; }
     std::uint32_t size() const { return static_cast<std::uint32_t>(entries.size()); }
@@ -45,6 +63,8 @@ private:
         std::uint32_t numberPlusOne;
     };
 
+    std::uint32_t number(const UString& text);
+    std::uint32_t replayAnswer();
     std::uint32_t add(const UString& text, std::uint64_t hash, std::size_t slot);
     void growIndex();
 
@@ -53,6 +73,11 @@ private:
     std::vector<std::uint32_t> answers;
     std::size_t replayed = 0;
     bool replaying = false;
+    // While replaying: where the strings go, each one's byte offset there,
+    // and whether it has been copied.
+    std::uint8_t* area = nullptr;
+    std::vector<std::uint64_t> offsets;
+    std::vector<bool> copied;
     std::uint64_t bytes = 0;
 };
 

@@ -30,18 +30,46 @@ TEST(StringTable, NumbersInTheOrderOfFirstUse)
     EXPECT_EQ(table.byteSize(), 2u * 5 + 2 + 2u * 4 + 2 + 2);
 }
 
-TEST(StringTable, ReplayGivesBackTheNumbersInOrder)
+TEST(StringTable, ReplayGivesBackTheNumbersInOrderAndCopiesEachStringOnce)
 {
-    const UString texts[] = {u"x", u"y", u"x", u"z", u"y"};
+    const UString texts[] = {u"x", u"yy", u"x", u"z", u"yy"};
     StringTable table;
     std::vector<std::uint32_t> first;
     for (const UString& text : texts) first.push_back(table.intern(text));
-    table.replay();
+    EXPECT_EQ(table.calls(), 5u);
+    std::vector<std::uint8_t> area(table.byteSize(), 0);
+    table.replay(area.data());
     std::vector<std::uint32_t> second;
     for (const UString& text : texts) second.push_back(table.intern(text));
     EXPECT_EQ(first, (std::vector<std::uint32_t>{0, 1, 0, 2, 1}));
     EXPECT_EQ(second, first);
     EXPECT_EQ(table.size(), 3u);
+    // "x", "yy" and "z", each followed by the zero unit the area had.
+    const std::vector<std::uint8_t> expected = {'x', 0, 0, 0, 'y', 0, 'y', 0, 0, 0, 'z', 0, 0, 0};
+    EXPECT_EQ(area, expected);
+}
+
+TEST(StringTable, ReplayCanBeReadFromTwoPlaces)
+{
+    const UString a = u"a", b = u"b", c = u"c";
+    StringTable table;
+    table.intern(a);
+    table.intern(b);
+    const std::size_t second = table.calls();
+    table.intern(c);
+    table.intern(a);
+    std::vector<std::uint8_t> area(table.byteSize(), 0);
+    table.replay(area.data());
+    table.seekReplay(second);
+    EXPECT_EQ(table.intern(c), 2u);
+    const std::size_t after = table.replayPosition();
+    table.seekReplay(0);
+    EXPECT_EQ(table.intern(a), 0u);
+    table.seekReplay(after);
+    EXPECT_EQ(table.intern(a), 0u);
+    table.seekReplay(1);
+    EXPECT_EQ(table.intern(b), 1u);
+    EXPECT_EQ(area, (std::vector<std::uint8_t>{'a', 0, 0, 0, 'b', 0, 0, 0, 'c', 0, 0, 0}));
 }
 
 TEST(StringTable, ManyStringsOfSharedBeginningsKeepTheirNumbers)
