@@ -70,11 +70,9 @@ if(TARGET domparse_reader_shared)
   list(APPEND DOMPARSE_EXPORTED_LIBRARIES domparse_reader_shared)
 endif()
 if(TARGET domparse_guarded)
-  # The guarded library finds libdomparse.so.1, whose block functions it uses,
-  # beside itself. Its header is domparse.h, from the sources in this tree and
-  # from the install's include folder once installed.
+  # Installed, it finds libdomparse.so.1, whose block functions it uses,
+  # beside itself.
   set_target_properties(domparse_guarded PROPERTIES
-    INTERFACE_INCLUDE_DIRECTORIES "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
     EXPORT_NAME guarded
     VERSION ${DOMPARSE_LIBRARY_VERSION}
     SOVERSION ${DOMPARSE_SOVERSION}
