@@ -16,9 +16,40 @@ bool keyBefore(const AttributeMap::value_type& entry, std::u16string_view key)
 
 void AttributeMap::sortPending() const
 {
-    std::sort(entries.begin(), entries.end(),
+    std::sort(storage->entries.begin(), storage->entries.end(),
               [](const value_type& a, const value_type& b) { return a.first < b.first; });
-    pendingIndex.reset();
+    storage->pendingIndex.reset();
+}
+
+std::vector<AttributeMap::value_type>& AttributeMap::ownEntries()
+{
+    if (!storage) {
+        storage = new Storage();
+    } else if (storage->sharers > 1) {
+        // Changes go to an array of this map's own.
+        auto own = std::make_unique<Storage>();
+        own->entries = sortedEntries();
+        --storage->sharers;
+        storage = own.release();
+    }
+    return storage->entries;
+}
+
+void AttributeMap::replaceEntries(std::vector<value_type>&& entries)
+{
+    if (entries.empty()) {
+        release();
+        return;
+    }
+    if (!storage || storage->sharers > 1) {
+        auto own = std::make_unique<Storage>();
+        own->entries = std::move(entries);
+        release();
+        storage = own.release();
+        return;
+    }
+    storage->entries = std::move(entries);
+    storage->pendingIndex.reset();
 }
 
 AttributeMap::const_iterator AttributeMap::lowerBound(std::u16string_view key) const
@@ -27,76 +58,78 @@ AttributeMap::const_iterator AttributeMap::lowerBound(std::u16string_view key) c
     return std::lower_bound(sorted.begin(), sorted.end(), key, keyBefore);
 }
 
-AttributeMap::iterator AttributeMap::find(std::u16string_view key)
-{
-    const auto position = entries.begin() + (lowerBound(key) - entries.cbegin());
-    return position != entries.end() && position->first == key ? position : entries.end();
-}
-
 AttributeMap::const_iterator AttributeMap::find(std::u16string_view key) const
 {
     const auto position = lowerBound(key);
-    return position != entries.cend() && position->first == key ? position : entries.cend();
-}
-
-AttributeRef& AttributeMap::at(std::u16string_view key)
-{
-    const auto found = find(key);
-    if (found == entries.end()) throw std::out_of_range("AttributeMap::at");
-    return found->second;
+    return position != end() && position->first == key ? position : end();
 }
 
 const AttributeRef& AttributeMap::at(std::u16string_view key) const
 {
     const auto found = find(key);
-    if (found == entries.cend()) throw std::out_of_range("AttributeMap::at");
+    if (found == end()) throw std::out_of_range("AttributeMap::at");
     return found->second;
 }
 
 AttributeRef& AttributeMap::operator[](std::u16string_view key)
 {
-    return try_emplace(UString(key), AttributeRef()).first->second;
+    // The entry's place is taken before the array may be given up for a copy
+    // of its own; the copy has the same order.
+    const auto entry = try_emplace(UString(key), AttributeRef()).first;
+    const auto offset = static_cast<std::size_t>(entry - storage->entries.cbegin());
+    return ownEntries()[offset].second;
 }
 
-std::pair<AttributeMap::iterator, bool> AttributeMap::try_emplace(UString key,
-                                                                   const AttributeRef& value)
+std::pair<AttributeMap::const_iterator, bool> AttributeMap::try_emplace(UString key,
+                                                                         const AttributeRef& value)
 {
-    if (pendingIndex) return tryAppend(std::move(key), value);
-    if (entries.empty() || entries.back().first < key) {
+    const bool own = !storage || storage->sharers == 1;
+    // A map of its own that gathers out of order checks its keys in its index:
+    // a search of the array would sort it.
+    if (own && storage && storage->pendingIndex) return tryAppend(std::move(key), value);
+    if (own && (!storage || storage->entries.back().first < key)) {
         // In order: most tags write their attributes so, or have few. Room
         // for a few from the start spares the first steps of growth.
+        std::vector<value_type>& entries = ownEntries();
         if (entries.empty()) entries.reserve(kFirstCapacity);
         entries.emplace_back(std::move(key), value);
-        return {entries.end() - 1, true};
+        return {entries.cend() - 1, true};
     }
-    const auto position = entries.begin() + (lowerBound(key) - entries.cbegin());
-    if (position != entries.end() && position->first == key) return {position, false};
+    const auto existing = find(key);
+    if (existing != end()) return {existing, false};
+    std::vector<value_type>& entries = ownEntries();
     if (entries.size() >= kSortedInsertLimit) {
-        pendingIndex = std::make_unique<std::map<UString, std::uint32_t, std::less<>>>();
-        for (std::size_t index = 0; index < entries.size(); ++index) {
-            pendingIndex->emplace_hint(pendingIndex->end(), entries[index].first,
-                                       static_cast<std::uint32_t>(index));
+        auto index = std::make_unique<std::map<UString, std::uint32_t, std::less<>>>();
+        for (std::size_t position = 0; position < entries.size(); ++position) {
+            index->emplace_hint(index->end(), entries[position].first,
+                                static_cast<std::uint32_t>(position));
         }
+        storage->pendingIndex = std::move(index);
         return tryAppend(std::move(key), value);
     }
+    const auto position = std::lower_bound(entries.begin(), entries.end(), key, keyBefore);
     return {entries.insert(position, value_type(std::move(key), value)), true};
 }
 
-std::pair<AttributeMap::iterator, bool> AttributeMap::tryAppend(UString key,
-                                                                 const AttributeRef& value)
+std::pair<AttributeMap::const_iterator, bool> AttributeMap::tryAppend(UString key,
+                                                                       const AttributeRef& value)
 {
+    std::vector<value_type>& entries = storage->entries;
     const auto [indexed, added] =
-        pendingIndex->try_emplace(key, static_cast<std::uint32_t>(entries.size()));
-    if (!added) return {entries.begin() + indexed->second, false};
+        storage->pendingIndex->try_emplace(key, static_cast<std::uint32_t>(entries.size()));
+    if (!added) return {entries.cbegin() + indexed->second, false};
     entries.emplace_back(std::move(key), value);
-    return {entries.end() - 1, true};
+    return {entries.cend() - 1, true};
 }
 
 std::size_t AttributeMap::erase(std::u16string_view key)
 {
     const auto found = find(key);
-    if (found == entries.end()) return 0;
-    entries.erase(found);
+    if (found == end()) return 0;
+    const auto offset = found - begin();
+    std::vector<value_type>& entries = ownEntries();
+    entries.erase(entries.begin() + offset);
+    if (entries.empty()) release();
     return 1;
 }
 

@@ -4,12 +4,17 @@
 //
 // Tags have a handful of attributes, and an element copies its start tag's
 // map and walks it again and again while its image is written, so the entries
-// lie in one sorted array: a copy is one allocation, a walk reads memory in
-// order, and a search halves the array. A tag that gathers many attributes out
-// of order would make keeping the array sorted quadratic; past
-// kSortedInsertLimit entries such a map takes new entries at its end, finds
-// repeated names through a separate ordered index, and sorts itself once, at
-// the first look at its order.
+// lie in one sorted array: a walk reads memory in order, and a search halves
+// the array. Copies share the array until one of them changes (an element's
+// map almost never does), so an element made from a tag costs no copy of its
+// attributes. A tag that gathers many attributes out of order would make
+// keeping the array sorted quadratic; past kSortedInsertLimit entries such a
+// map takes new entries at its end, finds repeated names through a separate
+// ordered index, and sorts itself once, at the first look at its order.
+//
+// The entries are only read through iterators; every change goes through the
+// operations below, which give a shared array up first. A map and its copies
+// belong to one thread, as the tree does.
 #pragma once
 
 #include <cstdint>
@@ -28,8 +33,8 @@ public:
     using key_type = UString;
     using mapped_type = AttributeRef;
     using value_type = std::pair<UString, AttributeRef>;
-    using iterator = std::vector<value_type>::iterator;
     using const_iterator = std::vector<value_type>::const_iterator;
+    using iterator = const_iterator;
 
     // Entries kept sorted as they come in; past this many, out of order ones
     // are appended and sorted later.
@@ -38,48 +43,46 @@ public:
     static constexpr std::size_t kFirstCapacity = 4;
 
     AttributeMap() = default;
-    AttributeMap(const AttributeMap& other) : entries(other.sortedEntries()) {}
-    AttributeMap(AttributeMap&&) noexcept = default;
+    AttributeMap(const AttributeMap& other) : storage(other.storage)
+    {
+        if (storage) ++storage->sharers;
+    }
+    AttributeMap(AttributeMap&& other) noexcept : storage(std::exchange(other.storage, nullptr)) {}
     AttributeMap& operator=(const AttributeMap& other)
     {
-        if (this != &other) {
-            entries = other.sortedEntries();
-            pendingIndex.reset();
-        }
+        AttributeMap copy(other);
+        std::swap(storage, copy.storage);
         return *this;
     }
-    AttributeMap& operator=(AttributeMap&&) noexcept = default;
+    AttributeMap& operator=(AttributeMap&& other) noexcept
+    {
+        std::swap(storage, other.storage);
+        return *this;
+    }
+    ~AttributeMap() { release(); }
 
-    iterator begin() { return sortedEntries().begin(); }
-    iterator end() { return sortedEntries().end(); }
     const_iterator begin() const { return sortedEntries().begin(); }
     const_iterator end() const { return sortedEntries().end(); }
 
-    std::size_t size() const { return entries.size(); }
-    bool empty() const { return entries.empty(); }
+    std::size_t size() const { return storage ? storage->entries.size() : 0; }
+    bool empty() const { return size() == 0; }
 
-    iterator find(std::u16string_view key);
     const_iterator find(std::u16string_view key) const;
     std::size_t count(std::u16string_view key) const { return find(key) == end() ? 0 : 1; }
     // The value of the key; throws std::out_of_range when there is none.
-    AttributeRef& at(std::u16string_view key);
     const AttributeRef& at(std::u16string_view key) const;
     // The value of the key, entered empty first when there is none.
     AttributeRef& operator[](std::u16string_view key);
 
     // Enters the value under the key unless the key is taken; either way the
     // entry of the key comes back, with true when it is the new one.
-    std::pair<iterator, bool> try_emplace(UString key, const AttributeRef& value);
-    std::pair<iterator, bool> emplace(UString key, AttributeRef value)
+    std::pair<const_iterator, bool> try_emplace(UString key, const AttributeRef& value);
+    std::pair<const_iterator, bool> emplace(UString key, AttributeRef value)
     {
         return try_emplace(std::move(key), value);
     }
     std::size_t erase(std::u16string_view key);
-    void clear()
-    {
-        entries.clear();
-        pendingIndex.reset();
-    }
+    void clear() { release(); }
 
     // Enters every entry of `other` whose key this map lacks, in one pass over
     // both, and calls `entered` with each value entered. Entries of this map
@@ -88,23 +91,41 @@ public:
     void mergeMissing(const AttributeMap& other, Entered entered);
 
 private:
-    // The entries in order, sorting those gathered out of order first.
-    std::vector<value_type>& sortedEntries() const
+    // The array, shared by the copies that have not changed since.
+    struct Storage {
+        std::size_t sharers = 1;
+        std::vector<value_type> entries;
+        // While entries are gathered out of order: the position of each key.
+        std::unique_ptr<std::map<UString, std::uint32_t, std::less<>>> pendingIndex;
+    };
+
+    // The entries in order, sorting those gathered out of order first: that
+    // changes no content, so it may happen in a reading operation, and in
+    // an array that copies share.
+    const std::vector<value_type>& sortedEntries() const
     {
-        if (pendingIndex) sortPending();
-        return entries;
+        if (!storage) return kNoEntries;
+        if (storage->pendingIndex) sortPending();
+        return storage->entries;
     }
     void sortPending() const;
+    // The entries of this map alone, ready to change.
+    std::vector<value_type>& ownEntries();
+    // Makes `entries` the content of this map, leaving any copies as they are.
+    void replaceEntries(std::vector<value_type>&& entries);
     // Where the key is or would go in the sorted entries.
     const_iterator lowerBound(std::u16string_view key) const;
     // Appends past kSortedInsertLimit, with the index of the keys.
-    std::pair<iterator, bool> tryAppend(UString key, const AttributeRef& value);
+    std::pair<const_iterator, bool> tryAppend(UString key, const AttributeRef& value);
+    void release() noexcept
+    {
+        if (storage && --storage->sharers == 0) delete storage;
+        storage = nullptr;
+    }
 
-    // Sorting on the first look at the order changes no content, so it may
-    // happen in a reading operation.
-    mutable std::vector<value_type> entries;
-    // While entries are gathered out of order: the position of each key.
-    mutable std::unique_ptr<std::map<UString, std::uint32_t, std::less<>>> pendingIndex;
+    static inline const std::vector<value_type> kNoEntries;
+    // Null for an empty map: most elements have no attributes.
+    Storage* storage = nullptr;
 };
 
 template <typename Entered>
@@ -122,7 +143,7 @@ void AttributeMap::mergeMissing(const AttributeMap& other, Entered entered)
         entered(entry.second);
     }
     merged.insert(merged.end(), own, mine.end());
-    entries = std::move(merged);
+    replaceEntries(std::move(merged));
 }
 
 }  // namespace Parsers

@@ -125,5 +125,55 @@ TEST(AttributeMap, MergeMissingKeepsOwnValuesAndEntersTheRest)
     EXPECT_EQ(own.at(u"b"), ownB);
 }
 
+TEST(AttributeMap, CopiesAreIndependentOfEachOtherAfterAnyChange)
+{
+    AttributeMap original;
+    original.try_emplace(u"a", attributeNamed(u"a"));
+    original.try_emplace(u"c", attributeNamed(u"c"));
+    const AttributeMap untouched = original;
+    AttributeMap entered = original;
+    entered.try_emplace(u"b", attributeNamed(u"b"));
+    AttributeMap indexed = original;
+    const AttributeRef replacement = attributeNamed(u"z");
+    indexed[u"a"] = replacement;
+    AttributeMap erased = original;
+    erased.erase(u"c");
+    AttributeMap merged = original;
+    AttributeMap other;
+    other.try_emplace(u"d", attributeNamed(u"d"));
+    merged.mergeMissing(other, [](const AttributeRef&) {});
+    EXPECT_EQ(keysOf(original), (std::vector<UString>{u"a", u"c"}));
+    EXPECT_EQ(keysOf(untouched), (std::vector<UString>{u"a", u"c"}));
+    EXPECT_EQ(keysOf(entered), (std::vector<UString>{u"a", u"b", u"c"}));
+    EXPECT_EQ(keysOf(erased), (std::vector<UString>{u"a"}));
+    EXPECT_EQ(keysOf(merged), (std::vector<UString>{u"a", u"c", u"d"}));
+    EXPECT_EQ(indexed.at(u"a"), replacement);
+    EXPECT_NE(original.at(u"a"), replacement);
+    // The attributes themselves are shared, as between a tag and its element.
+    EXPECT_EQ(untouched.at(u"c"), original.at(u"c"));
+}
+
+TEST(AttributeMap, ACopyOfAMapGatheredOutOfOrderSortsAndGrowsApart)
+{
+    AttributeMap map;
+    for (int i = 99; i >= 0; --i) {
+        UString key = u"k";
+        key += static_cast<char16_t>(u'A' + i / 10);
+        key += static_cast<char16_t>(u'0' + i % 10);
+        map.try_emplace(key, attributeNamed(key));
+    }
+    AttributeMap copy = map;
+    copy.try_emplace(u"a", attributeNamed(u"a"));
+    map.try_emplace(u"z", attributeNamed(u"z"));
+    EXPECT_EQ(copy.size(), 101u);
+    EXPECT_EQ(map.size(), 101u);
+    EXPECT_EQ(keysOf(copy).front(), u"a");
+    EXPECT_EQ(keysOf(map).back(), u"z");
+    const std::vector<UString> keys = keysOf(map);
+    EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
+    EXPECT_EQ(copy.count(u"z"), 0u);
+    EXPECT_EQ(map.count(u"a"), 0u);
+}
+
 }  // namespace
 }  // namespace Parsers
