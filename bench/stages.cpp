@@ -31,11 +31,15 @@ void startSource(SourceBuffer& source, std::vector<std::uint8_t>& buffer, std::s
     source.parseMode = kCasePreservingMode;
 }
 
-// Takes every token and unit and keeps nothing.
-class DiscardingReceiver : public TokenReceiver {
+// Takes every token and unit and keeps nothing. It takes text in runs, as the
+// tree constructor does for nearly all the text of a document, so that the
+// stage measures the tokenizer as a parse runs it.
+class DiscardingReceiver : public TokenReceiver, public CharacterRunReceiver {
 public:
     void processCharacter(char16_t, const TextPosition*) override {}
     void processToken(TokenRef) override {}
+    bool acceptsCharacterRun() override { return true; }
+    void processCharacterRun(const char16_t*, std::uint32_t) override {}
 };
 
 // Tokenizer and tree constructor over a prepared source, wired and run as the
