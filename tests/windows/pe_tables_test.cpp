@@ -233,4 +233,69 @@ TEST(LoadLibrary, FindsTheTwoExportsAndNothingElse)
     EXPECT_TRUE(FreeLibrary(library));
 }
 
+// ------------------------------------------------------ domparse_guarded.dll
+
+const std::string kGuardedDll = DOMPARSE_BINARY_DIR "/domparse_guarded.dll";
+
+TEST(GuardedDll, ExportsExactlyDomParseGuardedUndecorated)
+{
+    PortableExecutable dll(kGuardedDll);
+    ASSERT_TRUE(dll.valid) << kGuardedDll;
+    std::uint32_t functionCount = 0;
+    std::string dllName;
+    const std::vector<std::string> names = dll.exportNames(functionCount, dllName);
+    ASSERT_FALSE(dll.malformed());
+    EXPECT_EQ(names, std::vector<std::string>{"DOM_ParseGuarded"});
+    EXPECT_EQ(functionCount, 1u);
+    EXPECT_EQ(dllName, "domparse_guarded.dll");
+}
+
+TEST(GuardedDll, TakesBlocksAndDecodingFromKernel32Alone)
+{
+    // Like domparse.dll, and not from it: a block of either DLL is kernel32's,
+    // freed with the same GlobalFree.
+    PortableExecutable dll(kGuardedDll);
+    ASSERT_TRUE(dll.valid) << kGuardedDll;
+    EXPECT_EQ(dll.importedDlls(), (std::set<std::string>{"KERNEL32.DLL", "MSVCRT.DLL"}));
+    const std::set<std::string> functions = dll.importedFunctions("KERNEL32.DLL");
+    ASSERT_FALSE(dll.malformed());
+    for (const char* name : {"GlobalAlloc", "GlobalLock", "GlobalUnlock", "GlobalFree", "MultiByteToWideChar"}) {
+        EXPECT_EQ(functions.count(name), 1u) << name;
+    }
+}
+
+TEST(GuardedDll, EndsWithResultCodesWhereDomParseDoesNotReturn)
+{
+    HMODULE library = LoadLibraryA(kGuardedDll.c_str());
+    ASSERT_NE(library, nullptr) << GetLastError();
+    using ParseFunction = std::uint32_t(__cdecl*)(void*, std::uint32_t, HGLOBAL*, void*);
+    auto parse = reinterpret_cast<ParseFunction>(
+        reinterpret_cast<void*>(GetProcAddress(library, "DOM_ParseGuarded")));
+    ASSERT_NE(parse, nullptr);
+    EXPECT_EQ(GetProcAddress(library, "DOM_Parse"), nullptr);
+    // The packed record: version 2, input kind 0, result.
+    auto run = [&](const std::string& text, std::uint32_t& imageSize, HGLOBAL& handle) {
+        std::vector<char> buffer(text.begin(), text.end());
+        buffer.resize(text.size() + 4, 0);
+        unsigned char record[10] = {2, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+        handle = nullptr;
+        const std::uint32_t result =
+            parse(buffer.data(), static_cast<std::uint32_t>(text.size()), &handle, record);
+        imageSize = static_cast<std::uint32_t>(record[6] | record[7] << 8 | record[8] << 16 |
+                                               record[9] << 24);
+        return result;
+    };
+    std::uint32_t imageSize = 0;
+    HGLOBAL handle = nullptr;
+    EXPECT_EQ(run("<p>x<", imageSize, handle), 5u);
+    EXPECT_EQ(run("<a b ", imageSize, handle), 5u);
+    EXPECT_EQ(run("<!DOCTYPE html><html><p>x</p></html>", imageSize, handle), 4u);
+    EXPECT_EQ(run(std::string("\xFE\xFF"), imageSize, handle), 6u);
+    EXPECT_EQ(imageSize, 0u);
+    ASSERT_EQ(run("<p>x</p>", imageSize, handle), 0u);
+    EXPECT_GT(imageSize, 0u);
+    EXPECT_EQ(GlobalFree(handle), nullptr);
+    EXPECT_TRUE(FreeLibrary(library));
+}
+
 }  // namespace

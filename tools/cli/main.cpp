@@ -23,6 +23,7 @@
 #include "domparse_reader.h"
 #include "format.h"
 #include "library/dom_parse.h"
+#include "limited_run.h"
 
 #if defined(_WIN32)
 #include <fcntl.h>
@@ -39,6 +40,10 @@ namespace {
 // failed parse exits with 10 + its result code.
 constexpr int kExitOk = 0;
 constexpr int kExitParseBase = 10;
+// Under --limit: a parse still running when its time was up, and a parse
+// that ended its process (a fault, an abort).
+constexpr int kExitTimedOut = 20;
+constexpr int kExitProcessEnded = 21;
 constexpr int kExitUsage = 64;
 constexpr int kExitNoInput = 66;
 constexpr int kExitBadImage = 70;
@@ -65,6 +70,8 @@ struct Options {
     std::vector<std::string> files;
     bool help = false;
     bool version = false;
+    // Set by --limit: each file is parsed in a child process under it.
+    std::optional<ParseLimit> limit;
 };
 
 const char kHelp[] =
@@ -85,6 +92,12 @@ const char kHelp[] =
     "  --utf16        the input is UTF-16 little-endian text (input kind 1);\n"
     "                 otherwise the library finds out the encoding of the bytes\n"
     "  -o FILE        write the output to FILE instead of standard output\n"
+    "  --limit[=S[,M]] parse each FILE in a child process that may run S seconds\n"
+    "                 (default 10) and use M megabytes of address space more\n"
+    "                 than the tool (default 1024); a parse that does not finish\n"
+    "                 or that ends its process is told in words, and the other\n"
+    "                 files go on. The value may also follow as the next\n"
+    "                 argument. POSIX systems only.\n"
     "  --             every later argument is a FILE, even one starting with -\n"
     "  --version      print the tool's version and the library's (DOM_GetVersion)\n"
     "  -h, --help     print this help\n"
@@ -125,9 +138,10 @@ const char kHelp[] =
     "  0 every file parsed. 64 usage error, 73 the output file could not be\n"
     "  created: nothing was parsed. When any file failed, the first that\n"
     "  applies of: 66 a file could not be read; 70 the library returned a\n"
-    "  malformed image; 10 + the result code of the last failed parse: 11 bad\n"
-    "  record, 12 no document, 13 out of memory. 74 the output could not be\n"
-    "  written, which comes before all of these.\n";
+    "  malformed image; under --limit, 21 a parse ended its process and 20 a\n"
+    "  parse did not finish in time; 10 + the result code of the last failed\n"
+    "  parse: 11 bad record, 12 no document, 13 out of memory. 74 the output\n"
+    "  could not be written, which comes before all of these.\n";
 
 // UTF-16 text as UTF-8: surrogate pairs are joined, and a lone surrogate,
 // which UTF-8 cannot carry, becomes U+FFFD.
@@ -224,6 +238,19 @@ int parseArguments(int argc, char** argv, Options& options)
             const auto format = formatNamed(name);
             if (!format) return usageError("unknown format '" + name + "'");
             options.format = *format;
+        } else if (argument == "--limit" || argument.rfind("--limit=", 0) == 0) {
+            if (!limitsAvailable()) return usageError("--limit needs a POSIX system");
+            std::string value;
+            if (argument != "--limit") {
+                value = argument.substr(8);
+            } else if (at + 1 < argc && parseLimitValue(argv[at + 1])) {
+                // A value that follows is taken as the limit: a FILE named
+                // like one is given as ./NAME or after "--".
+                value = argv[++at];
+            }
+            options.limit = value.empty() ? std::optional<ParseLimit>(ParseLimit{})
+                                          : parseLimitValue(value);
+            if (!options.limit) return usageError("--limit takes SECONDS or SECONDS,MEGABYTES");
         } else if (argument == "-o") {
             if (++at == argc) return usageError("-o needs a file name");
             options.outputFile = argv[at];
@@ -368,6 +395,8 @@ public:
         }
         if (unreadable) return kExitNoInput;
         if (badImage) return kExitBadImage;
+        if (processEnded) return kExitProcessEnded;
+        if (timedOut) return kExitTimedOut;
         if (lastFailedResult) return kExitParseBase + static_cast<int>(lastFailedResult);
         return kExitOk;
     }
@@ -390,6 +419,63 @@ private:
 
     // Parses and prints one file; false when it failed in any way.
     bool processFile(const std::string& file)
+    {
+        return options.limit ? processFileInChild(file) : processFileHere(file);
+    }
+
+    // Under --limit the whole work of a file runs in a child process, which
+    // tells how it went by its exit status, the tool's own for that one file.
+    bool processFileInChild(const std::string& file)
+    {
+        // Nothing buffered may be written twice, by the child and by the tool.
+        out.flush();
+        std::cerr.flush();
+        const LimitedRun child = runWithLimit(*options.limit, [&] {
+            processFileHere(file);
+            out.flush();
+            return statusOfThisProcess();
+        });
+        if (child.end == ChildEnd::Exited) return takeStatusOfChild(file, child.exitStatus);
+        const std::string message = describeChildEnd(child, file, *options.limit);
+        fail(file, message);
+        if (options.format == OutputFormat::Json) writeJsonReadFailure(file, message, out);
+        if (child.end == ChildEnd::TimedOut) {
+            timedOut = true;
+        } else {
+            processEnded = true;
+        }
+        return false;
+    }
+
+    // The exit status of the one file this process has worked on.
+    int statusOfThisProcess() const
+    {
+        if (unreadable) return kExitNoInput;
+        if (badImage) return kExitBadImage;
+        if (lastFailedResult) return kExitParseBase + static_cast<int>(lastFailedResult);
+        return kExitOk;
+    }
+
+    // Takes over what a child found; it has told its failure itself already.
+    bool takeStatusOfChild(const std::string& file, int status)
+    {
+        if (status == kExitOk) return true;
+        if (status == kExitNoInput) {
+            unreadable = true;
+        } else if (status == kExitBadImage) {
+            badImage = true;
+        } else if (status > kExitParseBase && status < kExitTimedOut) {
+            lastFailedResult = static_cast<std::uint32_t>(status - kExitParseBase);
+        } else {
+            // Something else ended the child, such as a sanitizer's report.
+            fail(file, "parse of " + file + " ended the process with status " +
+                           std::to_string(status));
+            processEnded = true;
+        }
+        return false;
+    }
+
+    bool processFileHere(const std::string& file)
     {
         std::vector<std::uint8_t> input;
         std::string error;
@@ -499,6 +585,8 @@ private:
     ProgressLine progress{options.files.size()};
     bool unreadable = false;
     bool badImage = false;
+    bool timedOut = false;
+    bool processEnded = false;
     std::uint32_t lastFailedResult = 0;
 };
 
