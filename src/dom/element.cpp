@@ -113,7 +113,11 @@ TagId Element::lookUpTagId() const
 TagId Element::getTagId()
 {
     if (tagId != TagId::Unknown || name.empty()) return tagId;
-    const TagRow* row = lookupTagName(name.data(), name.size());
+    // A start tag has as a rule looked its name up before its element is
+    // asked: its row is the one a lookup of the same name would find.
+    const TagRow* row = token && token->tagEntry && token->name == name
+                            ? token->tagEntry
+                            : lookupTagName(name.data(), name.size());
     if (!row) return TagId::Unknown;
     cacheRow(row);
     return tagId;

@@ -207,7 +207,7 @@ void Tokenizer::emitTemporaryBuffer()
     for (char16_t unit : temporaryBuffer) emitCharacter(unit);
 }
 
-void Tokenizer::emitToken(TokenRef token)
+void Tokenizer::emitToken(const TokenRef& token)
 {
     // Only a start tag that someone received counts for the end tag test.
     if (!receivers.empty() && token->type == TokenType::StartTag) {

@@ -282,7 +282,9 @@ public:
     template <char16_t... Stops>
     void emitCharacterRun();
     void emitTemporaryBuffer();
-    void emitToken(TokenRef token);
+    // The token goes to every receiver as a reference of its own; the one
+    // given here only has to live through the call.
+    void emitToken(const TokenRef& token);
     void emitCurrentTag();
     void emitCurrentComment();
     void emitCurrentDoctype();
