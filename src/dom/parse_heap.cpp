@@ -15,21 +15,9 @@ void ParseHeap::release() noexcept
     if (liveBlocks == 0) delete this;
 }
 
-void* ParseHeap::allocate(std::size_t bytes)
+void* ParseHeap::allocateLarge(std::size_t bytes)
 {
-    if (bytes > kLargestBlock) {
-        void* block = ::operator new(bytes);
-        ++liveBlocks;
-        return block;
-    }
-    const std::size_t sizeIndex = sizeClass(bytes);
-    void* block;
-    if (FreeBlock* reused = freeLists[sizeIndex]) {
-        freeLists[sizeIndex] = reused->next;
-        block = reused;
-    } else {
-        block = carve(sizeIndex * kGranule);
-    }
+    void* block = ::operator new(bytes);
     ++liveBlocks;
     return block;
 }
@@ -46,21 +34,18 @@ void ParseHeap::deallocate(void* block, std::size_t bytes) noexcept
     if (--liveBlocks == 0 && released) delete this;
 }
 
-void* ParseHeap::carve(std::size_t blockBytes)
+void* ParseHeap::carveFromNewChunk(std::size_t blockBytes)
 {
-    if (static_cast<std::size_t>(chunkEnd - chunkNext) < blockBytes) {
-        // The rest of the chunk, less than one block of this class, stays
-        // unused. The chunk is entered before it is used, so that a failure
-        // to enter it leaks nothing.
-        if (chunks.size() == chunks.capacity()) chunks.reserve(2 * chunks.size() + 8);
-        auto* chunk = static_cast<std::byte*>(::operator new(kChunkBytes));
-        chunks.push_back(chunk);
-        chunkNext = chunk;
-        chunkEnd = chunk + kChunkBytes;
-    }
-    void* block = chunkNext;
-    chunkNext += blockBytes;
-    return block;
+    // The rest of the chunk, less than one block of this class, stays unused.
+    // Room for the chunk's entry is made before the chunk, so that a failure
+    // of either leaks nothing.
+    if (chunks.size() == chunks.capacity()) chunks.reserve(2 * chunks.size() + 8);
+    auto* chunk = static_cast<std::byte*>(::operator new(kChunkBytes));
+    chunks.push_back(chunk);
+    chunkNext = chunk + blockBytes;
+    chunkEnd = chunk + kChunkBytes;
+    ++liveBlocks;
+    return chunk;
 }
 
 }  // namespace Parsers

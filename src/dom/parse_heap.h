@@ -39,8 +39,25 @@ public:
     void release() noexcept;
 
     // A block of at least `bytes` bytes, aligned for any object. Throws
-    // std::bad_alloc.
-    void* allocate(std::size_t bytes);
+    // std::bad_alloc. Inline: a parse asks for one per token and node.
+    void* allocate(std::size_t bytes)
+    {
+        if (bytes > kLargestBlock) return allocateLarge(bytes);
+        const std::size_t sizeIndex = sizeClass(bytes);
+        if (FreeBlock* reused = freeLists[sizeIndex]) {
+            freeLists[sizeIndex] = reused->next;
+            ++liveBlocks;
+            return reused;
+        }
+        const std::size_t blockBytes = sizeIndex * kGranule;
+        if (static_cast<std::size_t>(chunkEnd - chunkNext) < blockBytes) {
+            return carveFromNewChunk(blockBytes);
+        }
+        void* block = chunkNext;
+        chunkNext += blockBytes;
+        ++liveBlocks;
+        return block;
+    }
     // Takes back a block of `allocate(bytes)`.
     void deallocate(void* block, std::size_t bytes) noexcept;
 
@@ -58,7 +75,10 @@ private:
     ParseHeap() = default;
     ~ParseHeap();
     static std::size_t sizeClass(std::size_t bytes) { return (bytes + kGranule - 1) / kGranule; }
-    void* carve(std::size_t blockBytes);
+    // The slow ways, which count the block themselves once they have it.
+    void* allocateLarge(std::size_t bytes);
+    // A block from a new chunk, the current one being too full for it.
+    void* carveFromNewChunk(std::size_t blockBytes);
 
     std::array<FreeBlock*, kLargestBlock / kGranule + 1> freeLists{};
     std::vector<std::byte*> chunks;
