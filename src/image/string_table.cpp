@@ -61,12 +61,6 @@ void StringTable::replay(std::uint8_t* stringArea)
     replaying = true;
     replayed = 0;
     area = stringArea;
-    offsets.resize(entries.size());
-    std::uint64_t offset = 0;
-    for (std::size_t index = 0; index < entries.size(); ++index) {
-        offsets[index] = offset;
-        offset += 2ull * entries[index]->size() + 2;
-    }
     copied.assign(entries.size(), false);
 }
 
@@ -85,6 +79,7 @@ std::uint32_t StringTable::add(const UString& text, std::uint64_t hash, std::siz
 {
     const auto number = static_cast<std::uint32_t>(entries.size());
     entries.push_back(&text);
+    offsets.push_back(bytes);
     bytes += 2ull * text.size() + 2;
     answers.push_back(number);
     slots[slot] = Slot{hash, number + 1};

@@ -73,10 +73,10 @@ private:
     std::vector<std::uint32_t> answers;
     std::size_t replayed = 0;
     bool replaying = false;
-    // While replaying: where the strings go, each one's byte offset there,
-    // and whether it has been copied.
-    std::uint8_t* area = nullptr;
+    // Each string's byte offset in the string table, taken as it is numbered.
     std::vector<std::uint64_t> offsets;
+    // While replaying: where the strings go, and whether each has been copied.
+    std::uint8_t* area = nullptr;
     std::vector<bool> copied;
     std::uint64_t bytes = 0;
 };
