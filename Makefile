@@ -125,7 +125,7 @@ test-sanitize: setup-sanitize
 test-tsan: setup-sanitize
 	cmake -S . -B $(TSAN_BUILD) $(CLANG) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DDOMPARSE_SANITIZE=thread
 	cmake --build $(TSAN_BUILD) -j $(JOBS) --target concurrency_tests
-	$(SANITIZER_ENV) ./$(TSAN_BUILD)/tests/concurrency_tests
+	$(SANITIZER_ENV) $(TSAN_BUILD)/tests/concurrency_tests
 
 fuzz: setup-sanitize
 	cmake -S . -B $(FUZZ_BUILD) $(CLANG) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DDOMPARSE_FUZZ=ON \

@@ -227,6 +227,13 @@ void Tokenizer::commentEndBangState()
 // it stands and nothing is reported. The end test comes at the top of each turn,
 // after the consume of the turn before, so at the end of the text the pseudo-unit
 // 0 is delivered once before the step back.
+bool Tokenizer::closesCdataSection() const
+{
+    const char16_t* next = stream->next;
+    return stream->remaining >= 3 && next[0] == kCdataClosing[0] && next[1] == kCdataClosing[1] &&
+           next[2] == kCdataClosing[2];
+}
+
 void Tokenizer::cdataSectionState()
 {
     for (;;) {
@@ -234,11 +241,19 @@ void Tokenizer::cdataSectionState()
             stream->unconsume();
             break;
         }
-        if (stream->remaining >= 3 && stream->peekText(3) == kCdataClosing) {
+        if (closesCdataSection()) {
             stream->skip(3);
             break;
         }
-        emitCharacter(consumeUnit());
+        // A unit read past the end is 0 and gives no run; a NUL is emitted on
+        // its own too. Any other unit goes with the units behind it up to the
+        // next ']', the only unit that may begin the closing.
+        const char16_t unit = consumeUnit();
+        if (unit == 0) {
+            emitCharacter(unit);
+        } else {
+            emitCharacterRun<u']', 0>();
+        }
     }
     transitionTo(TokenizerState::Data);
 }

@@ -436,6 +436,8 @@ private:
     // Back in the comment, with the held back text and the unit added to it.
     void resumeComment(std::u16string_view heldBack, char16_t unit);
     void cdataSectionState();
+    // The next three units are "]]>".
+    bool closesCdataSection() const;
 
     // Doctype states.
     void doctypeState();
