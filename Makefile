@@ -103,6 +103,11 @@ SANITIZE_BUILD ?= build-sanitize
 TSAN_BUILD ?= build-tsan
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 60
+# Optional: FUZZ_TARGETS (names, default all four), FUZZ_RUNS (executions per
+# target, with FUZZ_SECONDS=0 for no time limit) and FUZZ_MAX_LEN (bytes).
+FUZZ_TARGETS ?=
+FUZZ_RUNS ?=
+FUZZ_MAX_LEN ?=
 CLANG = -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++
 # Every finding ends its test with a report; leaks are findings too. An
 # allocation beyond what ASan's allocator serves fails as malloc and calloc
@@ -131,4 +136,5 @@ fuzz: setup-sanitize
 	cmake -S . -B $(FUZZ_BUILD) $(CLANG) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DDOMPARSE_FUZZ=ON \
 	  -DDOMPARSE_BUILD_TESTS=OFF
 	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target domparse_fuzz_targets
-	$(SANITIZER_ENV) bash fuzz/run.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
+	$(SANITIZER_ENV) FUZZ_RUNS=$(FUZZ_RUNS) FUZZ_MAX_LEN=$(FUZZ_MAX_LEN) \
+	  bash fuzz/run.sh $(FUZZ_BUILD) $(FUZZ_SECONDS) $(FUZZ_TARGETS)

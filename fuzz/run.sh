@@ -1,7 +1,13 @@
 #!/usr/bin/env bash
 # Runs every fuzz target for a while (make fuzz FUZZ_SECONDS=N):
 #
-#   fuzz/run.sh BUILD_DIR SECONDS
+#   fuzz/run.sh BUILD_DIR SECONDS [TARGET...]
+#
+# With TARGETs only those run. Three settings of the environment change a run:
+# FUZZ_RUNS=N ends each target after N executions instead of after SECONDS
+# (SECONDS 0 then means no time limit), FUZZ_MAX_LEN=N sets the longest input
+# of every target, and several runs may go on at once on one build folder,
+# since each makes its seeds in a folder of its own.
 #
 # The seeds are made afresh from the end-to-end cases and the corpus documents
 # (../shared/corpus beside the source tree, when it is there). What each target
@@ -14,9 +20,13 @@ build=$(cd "$1" && pwd)
 seconds=$2
 root=$(cd "$(dirname "$0")/.." && pwd)
 work=$build/fuzz
-seeds=$work/seeds
+targets=("${@:3}")
+if [ ${#targets[@]} -eq 0 ]; then
+  targets=(parse_bytes parse_utf16 prescan_decode image_reader)
+fi
+seeds=$(mktemp -d "$work/seeds.XXXXXX")
+trap 'rm -rf "$seeds"' EXIT
 
-rm -rf "$seeds"
 "$work/domparse_fuzz_seeds" --cases "$root/tests/e2e/cases" --corpus "$root/../shared/corpus" \
   --out "$seeds"
 
@@ -36,18 +46,28 @@ declare -A dictionary=(
   [image_reader]=image.dict
 )
 
+limits=(-max_total_time="$seconds")
+if [ -n "${FUZZ_RUNS:-}" ]; then
+  limits+=(-runs="$FUZZ_RUNS")
+fi
+
 status=0
 summary=()
-for target in parse_bytes parse_utf16 prescan_decode image_reader; do
+for target in "${targets[@]}"; do
+  if [ -z "${dictionary[$target]:-}" ]; then
+    echo "fuzz/run.sh: no target $target" >&2
+    exit 2
+  fi
+  length=${FUZZ_MAX_LEN:-${max_len[$target]}}
   corpus=$work/corpus/$target
   findings=$work/findings/$target
   log=$work/$target.log
   mkdir -p "$corpus" "$findings"
-  echo "=== fuzz $target for $seconds s"
+  echo "=== fuzz $target: ${limits[*]}, inputs up to $length bytes"
   # A parse that takes 10 s is a hang; 2 GB of memory is a leak or a blow-up.
   if ! "$work/domparse_fuzz_$target" "$corpus" "$seeds/$target" \
       -dict="$root/fuzz/dictionaries/${dictionary[$target]}" \
-      -max_total_time="$seconds" -max_len="${max_len[$target]}" -timeout=10 -rss_limit_mb=2048 \
+      "${limits[@]}" -max_len="$length" -timeout=10 -rss_limit_mb=2048 \
       -artifact_prefix="$findings/" -print_final_stats=1 >"$log" 2>&1; then
     status=1
     echo "*** $target: a finding, see $log and $findings/"
