@@ -56,16 +56,18 @@ public:
     std::uint64_t byteSize() const { return bytes; }
 
 private:
-    // A slot of the open addressed index: the string's hash and its number
-    // plus one, 0 for an empty slot.
+    // A slot of the open addressed index: the upper half of the string's
+    // hash, whose low bits also choose the slot, and its number plus one, 0
+    // for an empty slot. Eight bytes, so that the index of a large document
+    // stays small enough for the caches.
     struct Slot {
-        std::uint64_t hash;
+        std::uint32_t hashHigh;
         std::uint32_t numberPlusOne;
     };
 
     std::uint32_t number(const UString& text);
     std::uint32_t replayAnswer();
-    std::uint32_t add(const UString& text, std::uint64_t hash, std::size_t slot);
+    std::uint32_t add(const UString& text, std::uint32_t hashHigh, std::size_t slot);
     void growIndex();
 
     std::vector<const UString*> entries;

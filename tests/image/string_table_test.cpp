@@ -93,6 +93,30 @@ TEST(StringTable, ManyStringsOfSharedBeginningsKeepTheirNumbers)
     EXPECT_EQ(table.size(), texts.size());
 }
 
+TEST(StringTable, LongTextsDifferingInOneUnitAnywhereAreDifferentStrings)
+{
+    // Texts of 16 to 70 units, each with one unit changed at one place: in
+    // each of the blocks that the long part is read in, in the blocks of
+    // four behind them and in the last few units.
+    std::vector<UString> texts;
+    for (std::size_t length = 16; length <= 70; length += 9) {
+        const UString base(length, u'x');
+        texts.push_back(base);
+        for (std::size_t place = 0; place < length; ++place) {
+            UString changed = base;
+            changed[place] = u'y';
+            texts.push_back(changed);
+        }
+    }
+    StringTable table;
+    for (std::size_t i = 0; i < texts.size(); ++i) EXPECT_EQ(table.intern(texts[i]), i);
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        const UString copy = texts[i];
+        EXPECT_EQ(table.intern(copy), i);
+    }
+    EXPECT_EQ(table.size(), texts.size());
+}
+
 TEST(StringTable, UnitsDifferingOnlyInTheHighByteAreDifferentStrings)
 {
     const UString low = u"\u0041\u0042", high = u"\u0141\u0042";
