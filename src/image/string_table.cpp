@@ -8,13 +8,19 @@ namespace {
 
 constexpr std::uint64_t kBlockMultiplier = 0xFF51AFD7ED558CCDull;
 
-// One step of the hash: eight bytes of units mixed into a lane.
+// One step of the hash: 64 bits mixed into a lane.
+std::uint64_t mixWord(std::uint64_t lane, std::uint64_t word)
+{
+    lane = (lane ^ word) * kBlockMultiplier;
+    return lane ^ (lane >> 32);
+}
+
+// Eight bytes of units mixed into a lane.
 std::uint64_t mixBlock(std::uint64_t lane, const char16_t* units)
 {
     std::uint64_t block;
     std::memcpy(&block, units, sizeof block);
-    lane = (lane ^ block) * kBlockMultiplier;
-    return lane ^ (lane >> 32);
+    return mixWord(lane, block);
 }
 
 // A hash of the units. Texts are long, and each step of a single chain of
@@ -32,10 +38,7 @@ std::uint64_t hashUnits(const char16_t* units, std::size_t count)
                 lanes[lane] = mixBlock(lanes[lane], units + index + 4 * lane);
             }
         }
-        for (std::uint64_t lane : lanes) {
-            hash = (hash ^ lane) * kBlockMultiplier;
-            hash ^= hash >> 32;
-        }
+        for (std::uint64_t lane : lanes) hash = mixWord(hash, lane);
     }
     for (; index + 4 <= count; index += 4) hash = mixBlock(hash, units + index);
     for (; index < count; ++index) hash = (hash ^ units[index]) * 0x100000001B3ull;

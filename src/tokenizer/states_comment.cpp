@@ -223,10 +223,6 @@ void Tokenizer::commentEndBangState()
     }
 }
 
-// The whole section in one step, unit by unit and unfiltered: a NUL goes out as
-// it stands and nothing is reported. The end test comes at the top of each turn,
-// after the consume of the turn before, so at the end of the text the pseudo-unit
-// 0 is delivered once before the step back.
 bool Tokenizer::closesCdataSection() const
 {
     const char16_t* next = stream->next;
@@ -234,6 +230,10 @@ bool Tokenizer::closesCdataSection() const
            next[2] == kCdataClosing[2];
 }
 
+// The whole section in one step and unfiltered: a NUL goes out as
+// it stands and nothing is reported. The end test comes at the top of each turn,
+// after the consume of the turn before, so at the end of the text the pseudo-unit
+// 0 is delivered once before the step back.
 void Tokenizer::cdataSectionState()
 {
     for (;;) {
