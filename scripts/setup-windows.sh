@@ -11,26 +11,4 @@ packages=(g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 wine64 wine googletest 
 # The 64-bit Wine of Debian's packages is enough: the library, the tool and the
 # tests are all 64-bit. Without i386 as a foreign architecture, `wine` cannot
 # pull in its 32-bit half, and apt leaves it out.
-missing=()
-for package in "${packages[@]}"; do
-  status=$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)
-  if [ "$status" != "install ok installed" ]; then
-    missing+=("$package")
-  fi
-done
-
-if [ ${#missing[@]} -eq 0 ]; then
-  exit 0
-fi
-
-command="apt-get install -y --no-install-recommends ${missing[*]}"
-if [ "$(id -u)" -ne 0 ]; then
-  echo "domparse: missing Debian packages for the Windows build: ${missing[*]}" >&2
-  echo "Install them with:  sudo apt-get update && sudo $command" >&2
-  exit 1
-fi
-
-echo "domparse: installing ${missing[*]}" >&2
-export DEBIAN_FRONTEND=noninteractive
-apt-get update
-$command
+exec bash "$(dirname "$0")/install-packages.sh" "domparse: missing Debian packages for the Windows build" "${packages[@]}"
