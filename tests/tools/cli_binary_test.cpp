@@ -2,102 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <string>
 
 #include "domparse_reader.h"
+#include "tool_run.h"
 
 namespace {
 
-namespace fs = std::filesystem;
+using namespace ToolTests;
 
-// A path in single quotes for the shell (the test paths hold no quotes).
-std::string shellQuoted(const fs::path& path)
-{
-    std::string text = "'";
-    text += path.string();
-    text += '\'';
-    return text;
-}
-
-struct ToolRun {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-std::string readFile(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-class CliBinary : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        directory = fs::temp_directory_path() /
-                    ("domparse_cli_test_" + std::to_string(::getpid()) + "_" +
-                     ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::create_directories(directory);
-    }
-    void TearDown() override { fs::remove_all(directory); }
-
-    // Runs the tool with the arguments (already quoted for the shell).
-    ToolRun run(const std::string& arguments, const std::string& input = "")
-    {
-        const fs::path out = directory / "stdout";
-        const fs::path err = directory / "stderr";
-        const fs::path in = directory / "stdin";
-        std::ofstream(in, std::ios::binary) << input;
-        std::string command = shellQuoted(binary());
-        command += ' ';
-        command += arguments;
-        command += " <";
-        command += shellQuoted(in);
-        command += " >";
-        command += shellQuoted(out);
-        command += " 2>";
-        command += shellQuoted(err);
-        const int raw = std::system(command.c_str());
-        ToolRun result;
-        result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-        result.out = readFile(out);
-        result.err = readFile(err);
-        return result;
-    }
-
-    fs::path write(const std::string& name, const std::string& content)
-    {
-        const fs::path path = directory / name;
-        std::ofstream(path, std::ios::binary) << content;
-        return path;
-    }
-
-    static std::string binary() { return std::string(DOMPARSE_BINARY_DIR) + "/domparse"; }
-
-    fs::path directory;
-};
-
-// The tool's message line for a file. (Built by appending: GCC 12 warns
-// falsely on chains of "literal" + std::string.)
-std::string messageLine(const fs::path& file, const std::string& text)
-{
-    std::string line = "domparse: ";
-    line += file.string();
-    line += ": ";
-    line += text;
-    line += '\n';
-    return line;
-}
+class CliBinary : public ToolTest {};
 
 const std::string kNoDocument =
     "no document could be made of the input (no text could be decoded, or an internal error)";

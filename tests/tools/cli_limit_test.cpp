@@ -5,90 +5,15 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
+
+#include "tool_run.h"
 
 namespace {
 
-namespace fs = std::filesystem;
+using namespace ToolTests;
 
-std::string shellQuoted(const fs::path& path)
-{
-    std::string text = "'";
-    text += path.string();
-    text += '\'';
-    return text;
-}
-
-std::string readFile(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-struct ToolRun {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-// The text of a file the tool wrote ("domparse: FILE: message\n"), built by
-// appending: GCC 12 warns falsely on chains of "literal" + std::string.
-std::string messageLine(const fs::path& file, const std::string& text)
-{
-    std::string line = "domparse: ";
-    line += file.string();
-    line += ": ";
-    line += text;
-    line += '\n';
-    return line;
-}
-
-class CliLimit : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        directory = fs::temp_directory_path() /
-                    ("domparse_cli_limit_" + std::to_string(::getpid()) + "_" +
-                     ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::create_directories(directory);
-    }
-    void TearDown() override { fs::remove_all(directory); }
-
-    ToolRun run(const std::string& arguments)
-    {
-        const fs::path out = directory / "stdout";
-        const fs::path err = directory / "stderr";
-        std::string command = shellQuoted(std::string(DOMPARSE_BINARY_DIR) + "/domparse");
-        command += ' ';
-        command += arguments;
-        command += " </dev/null >";
-        command += shellQuoted(out);
-        command += " 2>";
-        command += shellQuoted(err);
-        const int raw = std::system(command.c_str());
-        ToolRun result;
-        result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-        result.out = readFile(out);
-        result.err = readFile(err);
-        return result;
-    }
-
-    fs::path write(const std::string& name, const std::string& content)
-    {
-        const fs::path path = directory / name;
-        std::ofstream(path, std::ios::binary) << content;
-        return path;
-    }
-
-    fs::path directory;
-};
+class CliLimit : public ToolTest {};
 
 TEST_F(CliLimit, AFileThatParsesPrintsAsWithoutTheLimit)
 {
