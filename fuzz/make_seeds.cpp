@@ -13,10 +13,12 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "domparse.h"
 #include "support/case_files.h"
+#include "support/image_tree_text.h"
 #include "support/padded_parse.h"
 
 namespace {
@@ -49,34 +51,13 @@ Bytes slice(const Bytes& bytes, std::size_t from, std::size_t count)
                  bytes.begin() + static_cast<std::ptrdiff_t>(from + count));
 }
 
-// UTF-8 to UTF-16LE bytes; a byte that starts no valid sequence becomes U+FFFD.
+// UTF-8 to UTF-16LE bytes, as the test cases turn their text into UTF-16
+// input. A corpus piece may be cut inside a sequence or be in another
+// encoding; whatever units come of it make a seed as good as any.
 Bytes utf16Of(const Bytes& utf8)
 {
-    Bytes out;
-    auto put = [&out](std::uint32_t unit) {
-        out.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-        out.push_back(static_cast<std::uint8_t>(unit >> 8));
-    };
-    for (std::size_t i = 0; i < utf8.size();) {
-        const std::uint8_t lead = utf8[i];
-        std::size_t length = lead < 0x80 ? 1 : lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 0;
-        if (length == 0 || i + length > utf8.size()) {
-            put(0xFFFD);
-            ++i;
-            continue;
-        }
-        std::uint32_t codePoint = length == 1 ? lead : lead & (0x7F >> length);
-        for (std::size_t k = 1; k < length; ++k) codePoint = (codePoint << 6) | (utf8[i + k] & 0x3F);
-        if (codePoint >= 0x10000) {
-            codePoint -= 0x10000;
-            put(0xD800 + (codePoint >> 10));
-            put(0xDC00 + (codePoint & 0x3FF));
-        } else {
-            put(codePoint);
-        }
-        i += length;
-    }
-    return out;
+    return ImageTreeText::utf16Bytes(
+        std::string_view(reinterpret_cast<const char*>(utf8.data()), utf8.size()));
 }
 
 // The image the guarded library makes of `bytes`, or nothing.
