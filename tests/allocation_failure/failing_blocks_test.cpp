@@ -147,39 +147,43 @@ TEST(AllocationFailure, TheBlockFunctionsOfThisProgramServeTheGuardedLibrary)
     EXPECT_TRUE(registry.live.empty());
 }
 
-TEST(AllocationFailure, EveryFailedAllocationEndsWithResultThreeAndNoBlockLeft)
+// Which of the block functions is made to fail.
+enum class Failing { Allocation, Lock };
+
+// Parses a large document once to count the calls of the failing kind, then
+// parses it again once for each of them, failing that call: every parse must
+// end with result 3, no image and no block left behind.
+void failEachCallInTurn(Failing failing)
 {
+    const char* label = failing == Failing::Allocation ? "allocation " : "lock ";
     const std::string text = largeDocument();
     registry.reset(0, 0);
     const Parse whole = parseGuarded(text);
     ASSERT_EQ(whole.result, DOM_RESULT_OK);
-    const int allocations = registry.allocations;
+    const int calls = failing == Failing::Allocation ? registry.allocations : registry.locks;
     GlobalFree(whole.handle);
-    ASSERT_GE(allocations, 1);
-    for (int fail = 1; fail <= allocations; ++fail) {
-        registry.reset(fail, 0);
+    ASSERT_GE(calls, 1);
+    for (int fail = 1; fail <= calls; ++fail) {
+        if (failing == Failing::Allocation) {
+            registry.reset(fail, 0);
+        } else {
+            registry.reset(0, fail);
+        }
         const Parse parse = parseGuarded(text);
-        EXPECT_EQ(parse.result, DOM_RESULT_OUT_OF_MEMORY) << "allocation " << fail;
-        EXPECT_EQ(parse.imageSize, 0u) << "allocation " << fail;
-        EXPECT_TRUE(registry.live.empty()) << "allocation " << fail;
+        EXPECT_EQ(parse.result, DOM_RESULT_OUT_OF_MEMORY) << label << fail;
+        EXPECT_EQ(parse.imageSize, 0u) << label << fail;
+        EXPECT_TRUE(registry.live.empty()) << label << fail;
     }
+}
+
+TEST(AllocationFailure, EveryFailedAllocationEndsWithResultThreeAndNoBlockLeft)
+{
+    failEachCallInTurn(Failing::Allocation);
 }
 
 TEST(AllocationFailure, EveryFailedLockEndsWithResultThreeAndNoBlockLeft)
 {
-    const std::string text = largeDocument();
-    registry.reset(0, 0);
-    const Parse whole = parseGuarded(text);
-    ASSERT_EQ(whole.result, DOM_RESULT_OK);
-    const int locks = registry.locks;
-    GlobalFree(whole.handle);
-    ASSERT_GE(locks, 1);
-    for (int fail = 1; fail <= locks; ++fail) {
-        registry.reset(0, fail);
-        const Parse parse = parseGuarded(text);
-        EXPECT_EQ(parse.result, DOM_RESULT_OUT_OF_MEMORY) << "lock " << fail;
-        EXPECT_TRUE(registry.live.empty()) << "lock " << fail;
-    }
+    failEachCallInTurn(Failing::Lock);
 }
 
 TEST(AllocationFailure, TheGuardedCodesLeaveNoBlockEither)
