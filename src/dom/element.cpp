@@ -89,10 +89,16 @@ const UString& Attribute::getNamespaceUri()
 }
 
 Element::Element(const TagTokenRef& startTag)
-    : Node(NodeType::Element), tagId(TagId::Unknown), token(startTag)
+    : Node(NodeType::Element),
+      tagId(TagId::Unknown),
+      selfClosing(startTag->selfClosing)
 {
     name = startTag->name;
     prefix = startTag->prefix;
+    if (startTag->getTagId() != TagId::Unknown) {
+        startTagRow = startTag->tagEntry;
+        if (startTagRow->category == TagCategory::Formatting) token = startTag;
+    }
     for (const auto& entry : startTag->attributes) entry.second->owner = this;
     attributes = startTag->attributes;
 }
@@ -115,8 +121,8 @@ TagId Element::getTagId()
     if (tagId != TagId::Unknown || name.empty()) return tagId;
     // A start tag has as a rule looked its name up before its element is
     // asked: its row is the one a lookup of the same name would find.
-    const TagRow* row = token && token->tagEntry && token->name == name
-                            ? token->tagEntry
+    const TagRow* row = startTagRow && std::u16string_view(startTagRow->name, startTagRow->length) == name
+                            ? startTagRow
                             : lookupTagName(name.data(), name.size());
     if (!row) return TagId::Unknown;
     cacheRow(row);
@@ -186,7 +192,7 @@ const UString& Element::getNamespaceUri()
 bool Element::isSelfClosing() const
 {
     if (!children.empty()) return false;
-    return token ? token->selfClosing : selfClosing;
+    return selfClosing;
 }
 
 TableCellElement::TableCellElement(const TagTokenRef& startTag) : Element(startTag)

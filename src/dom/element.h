@@ -20,8 +20,11 @@ public:
     // An element known by its tag id alone: its name stays empty until someone
     // asks for getNodeName.
     Element(TagId id, NodeType type) : Node(type), tagId(id) {}
-    // An element made from a start tag: takes the tag's name and prefix, and
-    // shares its attributes, which now belong to this element.
+    // An element made from a start tag: takes the tag's name, prefix and
+    // self-closing flag, and shares its attributes, which now belong to this
+    // element. Only an element of a formatting tag keeps the tag itself: the
+    // list of active formatting elements makes new elements from the tags of
+    // its entries, and no other element is ever made again from its tag.
     explicit Element(const TagTokenRef& startTag);
     ~Element() override = default;
 
@@ -58,6 +61,9 @@ public:
     const UString* namespaceUriCache = nullptr;
     bool selfClosing = false;
     TagCategory category = TagCategory::Unclassified;
+    // The row the start tag found for its name, if it looked it up: the row
+    // a lookup of the name would find as long as the name is the tag's.
+    const TagRow* startTagRow = nullptr;
     TagTokenRef token;
 
 private:

@@ -187,6 +187,42 @@ TEST(ElementSelfClosing, FlagOfTheTokenUntilAChildArrives)
     EXPECT_TRUE(fromId.isSelfClosing());
 }
 
+TEST(ElementSelfClosing, FlagIsTakenWhenTheElementIsMade)
+{
+    auto token = makeStartTag(u"br");
+    auto element = std::make_shared<Element>(token);
+    token->selfClosing = true;
+    EXPECT_FALSE(element->isSelfClosing());
+}
+
+TEST(ElementStartTag, OnlyFormattingElementsKeepTheirTag)
+{
+    for (const char16_t* name : {u"a", u"b", u"font", u"nobr", u"u"}) {
+        auto token = makeStartTag(name);
+        EXPECT_EQ(std::make_shared<Element>(token)->getToken(), token);
+    }
+    for (const char16_t* name : {u"div", u"p", u"table", u"B", u"custom"}) {
+        EXPECT_EQ(std::make_shared<Element>(makeStartTag(name))->getToken(), nullptr)
+           ;
+    }
+    auto cell = makeStartTag(u"td", {{u"colspan", u"2"}});
+    EXPECT_EQ(std::make_shared<TableCellElement>(cell)->getToken(), nullptr);
+}
+
+TEST(ElementStartTag, TagIdComesFromTheTagsRowOrFromALookup)
+{
+    auto token = makeStartTag(u"div");
+    ASSERT_EQ(token->getTagId(), TagId::Div);
+    auto element = std::make_shared<Element>(token);
+    EXPECT_EQ(element->tagId, TagId::Unknown);
+    EXPECT_EQ(element->getTagId(), TagId::Div);
+    EXPECT_EQ(element->category, TagCategory::Special);
+
+    auto renamed = std::make_shared<Element>(makeStartTag(u"div"));
+    renamed->name = u"span";
+    EXPECT_EQ(renamed->getTagId(), TagId::Span);
+}
+
 std::shared_ptr<TableCellElement> makeCell(std::initializer_list<Testing::AttributeSpec> attributes)
 {
     return std::make_shared<TableCellElement>(makeStartTag(u"td", attributes));
