@@ -17,6 +17,11 @@ std::uint32_t Node::serialize(std::uint8_t*, StringTable*)
 // dies, and so dies without children of its own.
 Node::~Node()
 {
+    releaseChildren();
+}
+
+void Node::releaseChildren()
+{
     if (children.empty()) return;
     NodeList pending = std::move(children);
     children.clear();

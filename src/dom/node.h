@@ -33,6 +33,10 @@ public:
     std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
     // Releases the subtree without recursing on its depth.
     ~Node() override;
+    // Unlinks the children and releases each subtree that nothing else holds,
+    // without recursing on its depth. A child that something else holds stays
+    // alive with its own children, but without parent and siblings.
+    void releaseChildren();
     // Appends this node's markup, with its descendants, to `out` (markup.cpp).
     virtual void writeMarkup(UString& out) = 0;
     virtual const UString& getNodeName() { return name; }

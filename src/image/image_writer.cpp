@@ -191,6 +191,35 @@ std::uint64_t numberTable(const std::vector<BinarySerializable*>& items, StringT
     return size;
 }
 
+// Releases the children of each node once its subtree has been written. The
+// records are written in pre-order, so the nodes whose subtrees are still
+// being written are the ancestors of the next node: they stay, with their
+// parent links, which the records read. A record reads no string of
+// another node, so the release of a finished subtree takes nothing that a
+// later record needs.
+class SubtreeRelease {
+public:
+    // The node is next: every subtree it does not belong to is finished.
+    void enter(Node* node)
+    {
+        while (!open.empty() && open.back() != node->parent) finishLast();
+        open.push_back(node);
+    }
+    void finishAll()
+    {
+        while (!open.empty()) finishLast();
+    }
+
+private:
+    void finishLast()
+    {
+        open.back()->releaseChildren();
+        open.pop_back();
+    }
+
+    std::vector<Node*> open;
+};
+
 // Writes the node records back to back from the start of the node table and,
 // with each element, its attribute records, which follow one another in the
 // same order from the start of the attribute table. The records take their
@@ -199,10 +228,12 @@ std::uint64_t numberTable(const std::vector<BinarySerializable*>& items, StringT
 // as they go. One walk instead of one per table and one for the strings:
 // each string is copied while its record's memory is at hand.
 void writeRecords(std::uint8_t* nodeTable, std::uint8_t* attributeTable,
-                  const Collection& collection, StringTable& strings)
+                  const Collection& collection, StringTable& strings, TreeAfterImage after)
 {
     std::size_t attributeAnswers = collection.nodeStringCalls;
+    SubtreeRelease release;
     for (Node* node : collection.nodes) {
+        if (after == TreeAfterImage::Released) release.enter(node);
         nodeTable += node->serialize(nodeTable, &strings);
         if (node->nodeType != NodeType::Element) continue;
         const AttributeMap& attributes = static_cast<Element*>(node)->attributes;
@@ -215,6 +246,7 @@ void writeRecords(std::uint8_t* nodeTable, std::uint8_t* attributeTable,
         attributeAnswers = strings.replayPosition();
         strings.seekReplay(nodeAnswers);
     }
+    release.finishAll();
 }
 
 struct ImageHeader {
@@ -239,7 +271,7 @@ void writeHeader(std::uint8_t* at, const ImageHeader& header)
 
 }  // namespace
 
-std::uint32_t writeDocumentImage(Document& document, HGLOBAL* out)
+std::uint32_t writeDocumentImage(Document& document, HGLOBAL* out, TreeAfterImage after)
 {
     // Every size is known before a byte is written: the tables' sizes, and the
     // string table's from the numbering of the strings in the order of first
@@ -260,7 +292,8 @@ std::uint32_t writeDocumentImage(Document& document, HGLOBAL* out)
     block.allocate(ImageBlock::doubledCapacity(ImageLayout::kInitialBlockSize, total));
     std::uint8_t* image = block.lock();
     strings.replay(image + stringTableOffset);
-    writeRecords(image + ImageLayout::kHeaderSize, image + attributeTableOffset, collection, strings);
+    writeRecords(image + ImageLayout::kHeaderSize, image + attributeTableOffset, collection, strings,
+                 after);
     writeHeader(image, ImageHeader{static_cast<std::uint32_t>(collection.nodes.size()),
                                    static_cast<std::uint32_t>(collection.attributes.size()),
                                    static_cast<std::uint32_t>(attributeTableOffset), strings.size(),

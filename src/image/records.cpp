@@ -18,7 +18,8 @@ std::uint32_t isTopLevel(const Node& node)
 // A string's number, or absent for an empty string where the format allows.
 std::uint32_t internUnlessEmpty(const UString& text, StringTable& strings)
 {
-    return text.empty() ? kAbsent : strings.intern(text);
+    static_assert(StringTable::kNoString == kAbsent);
+    return strings.internUnlessEmpty(text);
 }
 
 std::uint32_t idOrAbsent(std::int32_t id)

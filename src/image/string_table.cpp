@@ -90,7 +90,7 @@ void StringTable::replay(std::uint8_t* stringArea)
 std::uint32_t StringTable::replayAnswer()
 {
     const std::uint32_t answer = answers[replayed++];
-    if (!copied[answer]) {
+    if (answer != kNoString && !copied[answer]) {
         const UString& text = *entries[answer];
         std::memcpy(area + offsets[answer], text.data(), 2 * text.size());
         copied[answer] = true;

@@ -27,6 +27,9 @@ namespace Parsers {
 // strings at the end would read them all again.
 class StringTable {
 public:
+    // The answer for a text that has no number (internUnlessEmpty).
+    static constexpr std::uint32_t kNoString = 0xFFFFFFFFu;
+
     // expectedStrings sizes the index once, sparing the rehashes of growing
     // it step by step; it is an estimate, not a limit.
     explicit StringTable(std::size_t expectedStrings = 0);
@@ -38,6 +41,18 @@ public:
     std::uint32_t intern(const UString& text)
     {
         if (replaying) return replayAnswer();
+        return number(text);
+    }
+    // kNoString for an empty text, the text's number otherwise. The answer is
+    // kept like any other, so that a replay looks at no text at all, not even
+    // at its length: the text may be gone by then.
+    std::uint32_t internUnlessEmpty(const UString& text)
+    {
+        if (replaying) return replayAnswer();
+        if (text.empty()) {
+            answers.push_back(kNoString);
+            return kNoString;
+        }
         return number(text);
     }
     // Starts giving back the numbers of the calls made so far, in order, and

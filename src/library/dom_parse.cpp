@@ -26,7 +26,7 @@ std::uint32_t parseAndWrite(void* input, std::uint32_t size, HGLOBAL* imageHandl
     bool isUtf16 = record->inputKind == DOM_INPUT_UTF16;
     Document* document = parseDocumentInMode(*source, input, size, isUtf16, parseMode);
     releaseDecodedText(*source);
-    record->result = writeDocumentImage(*document, imageHandleOut);
+    record->result = writeDocumentImage(*document, imageHandleOut, TreeAfterImage::Released);
     releaseSource(*source);
     source.reset();
     return record->result != 0 ? DOM_RESULT_OK : DOM_RESULT_FAILED;

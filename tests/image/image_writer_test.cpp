@@ -17,6 +17,7 @@ namespace {
 using Testing::append;
 using Testing::makeComment;
 using Testing::makeElement;
+using Testing::makeStartTag;
 using Testing::makeText;
 
 constexpr std::uint32_t A = 0xFFFFFFFFu;  // an absent index or id
@@ -365,6 +366,63 @@ TEST(ImageWriter, NamespaceUrisFollowTheNearestDeclaration)
     // The same answers as the lookups that walk up the tree.
     EXPECT_EQ(&inner->getNamespaceUri(), &inner->findNamespaceUri(u""));
     EXPECT_EQ(&deep->getNamespaceUri(), &deep->findNamespaceUri(u"p"));
+}
+
+// What the writer is given when it may take the tree apart: everything a
+// record reads of other nodes (namespace URIs declared above, attributes
+// shared with an element made again from the same tag, a cached URI of a
+// declaration that is no longer above its element) is of nodes released
+// before the record is written.
+struct ReleasedTreeCase {
+    std::shared_ptr<Document> document = std::make_shared<Document>(2);
+    NodeRef held;
+
+    ReleasedTreeCase()
+    {
+        auto* outer = append(makeElement(u"o", {{u"xmlns", u"urn:1"}, {u"p", u"urn:p", u"xmlns"}}),
+                             document.get());
+        auto* declaring = append(makeElement(u"d", {{u"q", u"urn:q", u"xmlns"}}), outer);
+        auto prefixed = makeElement(u"n", {{u"a", u"1", u"q"}}, u"q");
+        append(prefixed, declaring);
+        EXPECT_EQ(prefixed->getNamespaceUri(), u"urn:q");
+        append(makeText(u"inside"), declaring);
+        append(makeComment(u"note"), outer);
+        auto tag = makeStartTag(u"b", {{u"class", u"x"}, {u"p", u"v", u"p"}});
+        auto* first = append(std::make_shared<Element>(tag), outer);
+        append(makeText(u"one"), first);
+        held = first->getChildren()[0];
+        auto* again = append(std::make_shared<Element>(tag), document.get());
+        append(makeText(u"two"), again);
+        removeChild(prefixed.get(), declaring);
+        append(prefixed, again);
+    }
+};
+
+TEST(ImageWriter, ReleasingTheTreeWhileWritingGivesTheSameImage)
+{
+    ReleasedTreeCase kept;
+    const std::vector<std::uint8_t> expected = writeImage(*kept.document).bytes;
+    ASSERT_EQ(kept.document->getChildren().size(), 2u);
+    EXPECT_EQ(kept.document->getChildren()[0]->getChildren().size(), 3u);
+
+    ReleasedTreeCase released;
+    HGLOBAL handle = nullptr;
+    const std::uint32_t size =
+        writeDocumentImage(*released.document, &handle, TreeAfterImage::Released);
+    ASSERT_EQ(size, expected.size());
+    auto* start = static_cast<std::uint8_t*>(GlobalLock(handle));
+    EXPECT_EQ(std::vector<std::uint8_t>(start, start + size), expected);
+    GlobalUnlock(handle);
+    EXPECT_EQ(GlobalFree(handle), nullptr);
+
+    // The top-level nodes stay, without children; a node held elsewhere
+    // survives, unlinked.
+    const NodeList& top = released.document->getChildren();
+    ASSERT_EQ(top.size(), 2u);
+    EXPECT_TRUE(top[0]->getChildren().empty());
+    EXPECT_TRUE(top[1]->getChildren().empty());
+    EXPECT_EQ(released.held->getParent(), nullptr);
+    EXPECT_EQ(static_cast<TextNode&>(*released.held).data, u"one");
 }
 
 TEST(ImageWriter, GrowsToTheNextDoublingWithTheHandleGiven)

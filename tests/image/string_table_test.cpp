@@ -49,6 +49,30 @@ TEST(StringTable, ReplayGivesBackTheNumbersInOrderAndCopiesEachStringOnce)
     EXPECT_EQ(area, expected);
 }
 
+// An empty text gets no number, and its answer is kept like the others: the
+// replay gives it back without looking at the text, which may have changed
+// or be gone by then.
+TEST(StringTable, EmptyTextsHaveNoNumberAndTheirAnswersAreReplayed)
+{
+    UString empty;
+    const UString word = u"w";
+    StringTable table;
+    EXPECT_EQ(table.internUnlessEmpty(empty), StringTable::kNoString);
+    EXPECT_EQ(table.internUnlessEmpty(word), 0u);
+    EXPECT_EQ(table.internUnlessEmpty(empty), StringTable::kNoString);
+    EXPECT_EQ(table.calls(), 3u);
+    EXPECT_EQ(table.size(), 1u);
+    EXPECT_EQ(table.byteSize(), 4u);
+
+    std::vector<std::uint8_t> area(table.byteSize(), 0xAA);
+    table.replay(area.data());
+    empty = u"changed";
+    EXPECT_EQ(table.internUnlessEmpty(empty), StringTable::kNoString);
+    EXPECT_EQ(table.internUnlessEmpty(empty), 0u);
+    EXPECT_EQ(table.internUnlessEmpty(empty), StringTable::kNoString);
+    EXPECT_EQ(area, (std::vector<std::uint8_t>{'w', 0, 0xAA, 0xAA}));
+}
+
 TEST(StringTable, ReplayCanBeReadFromTwoPlaces)
 {
     const UString a = u"a", b = u"b", c = u"c";
