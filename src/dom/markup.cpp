@@ -163,7 +163,7 @@ void writeChildrenMarkup(UString& out, Node& root)
 
 }  // namespace
 
-const UString& escapeMarkup(const UString& text, bool inAttribute)
+const UString& escapeMarkup(std::u16string_view text, bool inAttribute)
 {
     // One result for all calls, as the image writer keeps one interning set:
     // markup output runs on one thread at a time.

@@ -7,6 +7,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "dom/binary_serializable.h"
@@ -75,30 +77,46 @@ public:
     NamespaceId namespaceId = NamespaceId::Html;
 };
 
+// The text of a TextNode or a Comment. The text of a node made during a parse
+// lives on the parse's heap, as the node does: texts are the commonest blocks
+// of a parse after the nodes, and each goes when its node goes.
+using CharacterText = std::basic_string<char16_t, std::char_traits<char16_t>, ParseHeapAllocator<char16_t>>;
+
 // A node that carries text: a TextNode or a Comment.
 class CharacterData : public Node {
 public:
     // Comments start from a whole text.
-    explicit CharacterData(const UString& text) : Node(NodeType::Comment), data(text) {}
+    CharacterData(std::u16string_view text, ParseHeap* heap)
+        : Node(NodeType::Comment), data(text, ParseHeapAllocator<char16_t>(heap))
+    {
+    }
     void writeMarkup(UString& out) override = 0;
 
-    UString data;
+    CharacterText data;
 
 protected:
     // Text always begins as one character and grows by appendCharacter.
-    CharacterData(NodeType type, char16_t firstUnit) : Node(type), data(1, firstUnit) {}
+    CharacterData(NodeType type, char16_t firstUnit, ParseHeap* heap)
+        : Node(type), data(1, firstUnit, ParseHeapAllocator<char16_t>(heap))
+    {
+    }
 };
 
 class TextNode : public CharacterData {
 public:
-    explicit TextNode(char16_t firstUnit) : CharacterData(NodeType::Text, firstUnit) {}
+    // The text is kept on the heap when one is given.
+    explicit TextNode(char16_t firstUnit, ParseHeap* heap = nullptr)
+        : CharacterData(NodeType::Text, firstUnit, heap)
+    {
+    }
     std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
     void writeMarkup(UString& out) override;
 };
 
 class Comment : public CharacterData {
 public:
-    explicit Comment(const UString& text) : CharacterData(text) {}
+    // The text is kept on the heap when one is given.
+    explicit Comment(std::u16string_view text, ParseHeap* heap = nullptr) : CharacterData(text, heap) {}
     std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
     void writeMarkup(UString& out) override;
 };
@@ -201,6 +219,6 @@ std::shared_ptr<T> makeNode(ParseHeap* heap, Arguments&&... arguments)
 // attribute value. The result is one static string that every call clears and
 // fills again: it holds until the next call, and the function is not
 // reentrant (markup.cpp).
-const UString& escapeMarkup(const UString& text, bool inAttribute);
+const UString& escapeMarkup(std::u16string_view text, bool inAttribute);
 
 }  // namespace Parsers

@@ -61,7 +61,7 @@ StringTable::StringTable(std::size_t expectedStrings) : slots(slotCountFor(expec
     entries.reserve(expectedStrings);
 }
 
-std::uint32_t StringTable::number(const UString& text)
+std::uint32_t StringTable::number(std::u16string_view text)
 {
     const auto hashHigh = static_cast<std::uint32_t>(hashUnits(text.data(), text.size()) >> 32);
     const std::size_t mask = slots.size() - 1;
@@ -70,7 +70,7 @@ std::uint32_t StringTable::number(const UString& text)
         if (candidate.numberPlusOne == 0) return add(text, hashHigh, slot);
         if (candidate.hashHigh != hashHigh) continue;
         const std::uint32_t number = candidate.numberPlusOne - 1;
-        const UString& known = *entries[number];
+        const std::u16string_view known = entries[number];
         if (known.size() == text.size() &&
             std::memcmp(known.data(), text.data(), 2 * text.size()) == 0) {
             answers.push_back(number);
@@ -91,17 +91,17 @@ std::uint32_t StringTable::replayAnswer()
 {
     const std::uint32_t answer = answers[replayed++];
     if (answer != kNoString && !copied[answer]) {
-        const UString& text = *entries[answer];
+        const std::u16string_view text = entries[answer];
         std::memcpy(area + offsets[answer], text.data(), 2 * text.size());
         copied[answer] = true;
     }
     return answer;
 }
 
-std::uint32_t StringTable::add(const UString& text, std::uint32_t hashHigh, std::size_t slot)
+std::uint32_t StringTable::add(std::u16string_view text, std::uint32_t hashHigh, std::size_t slot)
 {
     const auto number = static_cast<std::uint32_t>(entries.size());
-    entries.push_back(&text);
+    entries.push_back(text);
     offsets.push_back(bytes);
     bytes += 2ull * text.size() + 2;
     answers.push_back(number);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 #include <vector>
 
 #include "library/shared_types.h"
@@ -36,9 +37,10 @@ public:
 
     // The string's number: a new number for new content, the first number
     // given to equal content otherwise. The table keeps a pointer to the
-    // string, which must outlive the table. After replay(), the number that
-    // the call of the same rank got before.
-    std::uint32_t intern(const UString& text)
+    // string's units, which must stay where they are for as long as the
+    // table is used. After replay(), the number that the call of the same
+    // rank got before.
+    std::uint32_t intern(std::u16string_view text)
     {
         if (replaying) return replayAnswer();
         return number(text);
@@ -46,7 +48,7 @@ public:
     // kNoString for an empty text, the text's number otherwise. The answer is
     // kept like any other, so that a replay looks at no text at all, not even
     // at its length: the text may be gone by then.
-    std::uint32_t internUnlessEmpty(const UString& text)
+    std::uint32_t internUnlessEmpty(std::u16string_view text)
     {
         if (replaying) return replayAnswer();
         if (text.empty()) {
@@ -65,7 +67,7 @@ public:
     // How many strings have been asked for so far, repeats included.
     std::size_t calls() const { return answers.size(); }
 
-    const std::vector<const UString*>& strings() const { return entries; }
+    const std::vector<std::u16string_view>& strings() const { return entries; }
     std::uint32_t size() const { return static_cast<std::uint32_t>(entries.size()); }
     // Bytes of the table in the image: each string's units and one zero unit.
     std::uint64_t byteSize() const { return bytes; }
@@ -80,12 +82,12 @@ private:
         std::uint32_t numberPlusOne;
     };
 
-    std::uint32_t number(const UString& text);
+    std::uint32_t number(std::u16string_view text);
     std::uint32_t replayAnswer();
-    std::uint32_t add(const UString& text, std::uint32_t hashHigh, std::size_t slot);
+    std::uint32_t add(std::u16string_view text, std::uint32_t hashHigh, std::size_t slot);
     void growIndex();
 
-    std::vector<const UString*> entries;
+    std::vector<std::u16string_view> entries;
     std::vector<Slot> slots;  // a power of two of them, at most half in use
     std::vector<std::uint32_t> answers;
     std::size_t replayed = 0;
@@ -99,7 +101,7 @@ private:
 };
 
 // The number of a string in the table (the image writer's name for intern).
-inline std::uint32_t internString(const UString& text, StringTable& stringTable)
+inline std::uint32_t internString(std::u16string_view text, StringTable& stringTable)
 {
     return stringTable.intern(text);
 }

@@ -13,9 +13,10 @@ using Testing::makeComment;
 using Testing::makeElement;
 using Testing::makeText;
 
-const UString& dataOf(const NodeRef& node)
+UString dataOf(const NodeRef& node)
 {
-    return static_cast<CharacterData*>(node.get())->data;
+    const CharacterText& data = static_cast<CharacterData*>(node.get())->data;
+    return UString(data.data(), data.size());
 }
 
 // Checks that the sibling links of parent's children agree with the list.

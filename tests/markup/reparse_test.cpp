@@ -20,6 +20,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "dom/element.h"
@@ -120,12 +121,12 @@ bool isVoidInMarkup(TagId tag)
     }
 }
 
-bool holdsCarriageReturn(const UString& text)
+bool holdsCarriageReturn(std::u16string_view text)
 {
-    return text.find(u'\r') != UString::npos;
+    return text.find(u'\r') != std::u16string_view::npos;
 }
 
-bool isAlteredByTheCommentStart(const UString& data)
+bool isAlteredByTheCommentStart(std::u16string_view data)
 {
     return data.empty() || data.front() == u'-' || data.front() == u'>';
 }
