@@ -91,6 +91,26 @@ TEST(ParseHeap, TextNodesOfARunComeFromTheHeapGiven)
     EXPECT_EQ(static_cast<TextNode&>(*parent->children[0]).data, u"abcd");
 }
 
+TEST(ParseHeap, TextsAndCommentsKeepTheirTextOnTheHeapGiven)
+{
+    ParseHeapOwner owner;
+    auto parent = makeShared<Element>(owner.get(), TagId::Unknown, NodeType::Element);
+    const std::u16string longText(300, u'x');
+    appendCharacters(longText.data(), longText.size(), parent.get(), owner.get());
+    insertCharacterBefore(u'y', parent->children[0], parent.get(), owner.get());
+    ASSERT_EQ(parent->children.size(), 2u);
+    for (const NodeRef& child : parent->children) {
+        EXPECT_EQ(static_cast<TextNode&>(*child).data.get_allocator().heap, owner.get());
+    }
+    EXPECT_EQ(static_cast<TextNode&>(*parent->children[1]).data.size(), 300u);
+
+    Comment onHeap(u"note", owner.get());
+    EXPECT_EQ(onHeap.data, u"note");
+    EXPECT_EQ(onHeap.data.get_allocator().heap, owner.get());
+    EXPECT_EQ(Comment(u"note").data.get_allocator().heap, nullptr);
+    EXPECT_EQ(TextNode(u'a').data.get_allocator().heap, nullptr);
+}
+
 TEST(ParseHeap, NodesDrawTheirChildListsFromTheirHeap)
 {
     ParseHeapOwner owner;
