@@ -21,31 +21,53 @@ void AttributeMap::sortPending() const
     storage->pendingIndex.reset();
 }
 
-std::vector<AttributeMap::value_type>& AttributeMap::ownEntries()
+AttributeMap::Storage* AttributeMap::newStorage() const
+{
+    if (!heap) return new Storage(nullptr);
+    return new (heap->allocate(sizeof(Storage))) Storage(heap);
+}
+
+void AttributeMap::deleteStorage(Storage* gone) noexcept
+{
+    ParseHeap* from = gone->heap;
+    if (!from) {
+        delete gone;
+        return;
+    }
+    gone->~Storage();
+    from->deallocate(gone, sizeof(Storage));
+}
+
+AttributeMap::Entries& AttributeMap::ownEntries()
 {
     if (!storage) {
-        storage = new Storage();
+        storage = newStorage();
     } else if (storage->sharers > 1) {
         // Changes go to an array of this map's own.
-        auto own = std::make_unique<Storage>();
-        own->entries = sortedEntries();
+        Storage* own = newStorage();
+        try {
+            own->entries = sortedEntries();
+        } catch (...) {
+            deleteStorage(own);
+            throw;
+        }
         --storage->sharers;
-        storage = own.release();
+        storage = own;
     }
     return storage->entries;
 }
 
-void AttributeMap::replaceEntries(std::vector<value_type>&& entries)
+void AttributeMap::replaceEntries(Entries&& entries)
 {
     if (entries.empty()) {
         release();
         return;
     }
     if (!storage || storage->sharers > 1) {
-        auto own = std::make_unique<Storage>();
+        Storage* own = newStorage();
         own->entries = std::move(entries);
         release();
-        storage = own.release();
+        storage = own;
         return;
     }
     storage->entries = std::move(entries);
@@ -54,7 +76,7 @@ void AttributeMap::replaceEntries(std::vector<value_type>&& entries)
 
 AttributeMap::const_iterator AttributeMap::lowerBound(std::u16string_view key) const
 {
-    const std::vector<value_type>& sorted = sortedEntries();
+    const Entries& sorted = sortedEntries();
     return std::lower_bound(sorted.begin(), sorted.end(), key, keyBefore);
 }
 
@@ -90,14 +112,14 @@ std::pair<AttributeMap::const_iterator, bool> AttributeMap::try_emplace(UString 
     if (own && (!storage || storage->entries.back().first < key)) {
         // In order: most tags write their attributes so, or have few. Room
         // for a few from the start spares the first steps of growth.
-        std::vector<value_type>& entries = ownEntries();
+        Entries& entries = ownEntries();
         if (entries.empty()) entries.reserve(kFirstCapacity);
         entries.emplace_back(std::move(key), value);
         return {entries.cend() - 1, true};
     }
     const auto existing = find(key);
     if (existing != end()) return {existing, false};
-    std::vector<value_type>& entries = ownEntries();
+    Entries& entries = ownEntries();
     if (entries.size() >= kSortedInsertLimit) {
         auto index = std::make_unique<std::map<UString, std::uint32_t, std::less<>>>();
         for (std::size_t position = 0; position < entries.size(); ++position) {
@@ -114,7 +136,7 @@ std::pair<AttributeMap::const_iterator, bool> AttributeMap::try_emplace(UString 
 std::pair<AttributeMap::const_iterator, bool> AttributeMap::tryAppend(UString key,
                                                                        const AttributeRef& value)
 {
-    std::vector<value_type>& entries = storage->entries;
+    Entries& entries = storage->entries;
     const auto [indexed, added] =
         storage->pendingIndex->try_emplace(key, static_cast<std::uint32_t>(entries.size()));
     if (!added) return {entries.cbegin() + indexed->second, false};
@@ -127,7 +149,7 @@ std::size_t AttributeMap::erase(std::u16string_view key)
     const auto found = find(key);
     if (found == end()) return 0;
     const auto offset = found - begin();
-    std::vector<value_type>& entries = ownEntries();
+    Entries& entries = ownEntries();
     entries.erase(entries.begin() + offset);
     if (entries.empty()) release();
     return 1;

@@ -15,6 +15,10 @@
 // The entries are only read through iterators; every change goes through the
 // operations below, which give a shared array up first. A map and its copies
 // belong to one thread, as the tree does.
+//
+// A map given a parse's heap (a tag's map, made by the tokenizer) keeps its
+// array there; the copies that share it, and those that give it up for one
+// of their own, use the same heap.
 #pragma once
 
 #include <cstdint>
@@ -25,6 +29,7 @@
 #include <vector>
 
 #include "dom/attribute.h"
+#include "dom/parse_heap.h"
 
 namespace Parsers {
 
@@ -33,7 +38,8 @@ public:
     using key_type = UString;
     using mapped_type = AttributeRef;
     using value_type = std::pair<UString, AttributeRef>;
-    using const_iterator = std::vector<value_type>::const_iterator;
+    using Entries = std::vector<value_type, ParseHeapAllocator<value_type>>;
+    using const_iterator = Entries::const_iterator;
     using iterator = const_iterator;
 
     // Entries kept sorted as they come in; past this many, out of order ones
@@ -43,20 +49,27 @@ public:
     static constexpr std::size_t kFirstCapacity = 4;
 
     AttributeMap() = default;
-    AttributeMap(const AttributeMap& other) : storage(other.storage)
+    // A map whose array, once it has entries, comes from the heap.
+    explicit AttributeMap(ParseHeap* source) : heap(source) {}
+    AttributeMap(const AttributeMap& other) : storage(other.storage), heap(other.heap)
     {
         if (storage) ++storage->sharers;
     }
-    AttributeMap(AttributeMap&& other) noexcept : storage(std::exchange(other.storage, nullptr)) {}
+    AttributeMap(AttributeMap&& other) noexcept
+        : storage(std::exchange(other.storage, nullptr)), heap(other.heap)
+    {
+    }
     AttributeMap& operator=(const AttributeMap& other)
     {
         AttributeMap copy(other);
         std::swap(storage, copy.storage);
+        std::swap(heap, copy.heap);
         return *this;
     }
     AttributeMap& operator=(AttributeMap&& other) noexcept
     {
         std::swap(storage, other.storage);
+        std::swap(heap, other.heap);
         return *this;
     }
     ~AttributeMap() { release(); }
@@ -65,6 +78,8 @@ public:
     const_iterator end() const { return sortedEntries().end(); }
 
     std::size_t size() const { return storage ? storage->entries.size() : 0; }
+    // The heap the entries lie on; null for the general allocator.
+    ParseHeap* entriesHeap() const { return storage ? storage->heap : heap; }
     bool empty() const { return size() == 0; }
 
     const_iterator find(std::u16string_view key) const;
@@ -93,8 +108,13 @@ public:
 private:
     // The array, shared by the copies that have not changed since.
     struct Storage {
+        explicit Storage(ParseHeap* source) : heap(source), entries(ParseHeapAllocator<value_type>(source)) {}
+
+        // Where the storage itself and its array come from; null for the
+        // general allocator.
+        ParseHeap* heap;
         std::size_t sharers = 1;
-        std::vector<value_type> entries;
+        Entries entries;
         // While entries are gathered out of order: the position of each key.
         std::unique_ptr<std::map<UString, std::uint32_t, std::less<>>> pendingIndex;
     };
@@ -102,7 +122,7 @@ private:
     // The entries in order, sorting those gathered out of order first: that
     // changes no content, so it may happen in a reading operation, and in
     // an array that copies share.
-    const std::vector<value_type>& sortedEntries() const
+    const Entries& sortedEntries() const
     {
         if (!storage) return kNoEntries;
         if (storage->pendingIndex) sortPending();
@@ -110,30 +130,34 @@ private:
     }
     void sortPending() const;
     // The entries of this map alone, ready to change.
-    std::vector<value_type>& ownEntries();
+    Entries& ownEntries();
     // Makes `entries` the content of this map, leaving any copies as they are.
-    void replaceEntries(std::vector<value_type>&& entries);
+    void replaceEntries(Entries&& entries);
+    // A new array of this map's own, empty, from the map's heap.
+    Storage* newStorage() const;
     // Where the key is or would go in the sorted entries.
     const_iterator lowerBound(std::u16string_view key) const;
     // Appends past kSortedInsertLimit, with the index of the keys.
     std::pair<const_iterator, bool> tryAppend(UString key, const AttributeRef& value);
     void release() noexcept
     {
-        if (storage && --storage->sharers == 0) delete storage;
+        if (storage && --storage->sharers == 0) deleteStorage(storage);
         storage = nullptr;
     }
+    static void deleteStorage(Storage* gone) noexcept;
 
-    static inline const std::vector<value_type> kNoEntries;
+    static inline const Entries kNoEntries;
     // Null for an empty map: most elements have no attributes.
     Storage* storage = nullptr;
+    ParseHeap* heap = nullptr;
 };
 
 template <typename Entered>
 void AttributeMap::mergeMissing(const AttributeMap& other, Entered entered)
 {
-    const std::vector<value_type>& mine = sortedEntries();
-    const std::vector<value_type>& theirs = other.sortedEntries();
-    std::vector<value_type> merged;
+    const Entries& mine = sortedEntries();
+    const Entries& theirs = other.sortedEntries();
+    Entries merged{ParseHeapAllocator<value_type>(heap)};
     merged.reserve(mine.size() + theirs.size());
     auto own = mine.begin();
     for (const value_type& entry : theirs) {

@@ -52,7 +52,11 @@ public:
 
 class TagToken : public NamedToken {
 public:
-    explicit TagToken(TokenType tokenType) : NamedToken(tokenType) {}
+    // The attributes' array comes from the heap when one is given.
+    explicit TagToken(TokenType tokenType, ParseHeap* heap = nullptr)
+        : NamedToken(tokenType), attributes(heap)
+    {
+    }
 
     void setFirstCharacter(char16_t unit) override
     {

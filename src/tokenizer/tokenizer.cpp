@@ -172,7 +172,7 @@ void Tokenizer::switchTo(TokenizerState newState)
     case TokenizerState::TagOpen:
         // A pending tag is kept as it is, end tag or not: "</>" followed by "<b>"
         // delivers an end tag b.
-        if (!currentTag) currentTag = makeShared<TagToken>(tokenHeap.get(), TokenType::StartTag);
+        if (!currentTag) currentTag = makeShared<TagToken>(tokenHeap.get(), TokenType::StartTag, tokenHeap.get());
         break;
     case TokenizerState::EndTagOpen:
     case TokenizerState::RcdataEndTagOpen:
@@ -180,7 +180,7 @@ void Tokenizer::switchTo(TokenizerState newState)
     case TokenizerState::ScriptDataEndTagOpen:
     case TokenizerState::ScriptDataEscapedEndTagOpen:
         if (!currentTag) {
-            currentTag = makeShared<TagToken>(tokenHeap.get(), TokenType::EndTag);
+            currentTag = makeShared<TagToken>(tokenHeap.get(), TokenType::EndTag, tokenHeap.get());
         } else {
             currentTag->type = TokenType::EndTag;
         }

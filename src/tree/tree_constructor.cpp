@@ -291,7 +291,7 @@ TreeConstructor::DispatchDepth::~DispatchDepth()
 
 TagTokenRef TreeConstructor::makeSyntheticTag(TokenType type, TagId tag, TextPosition position)
 {
-    auto synthetic = makeShared<TagToken>(heap(), type);
+    auto synthetic = makeShared<TagToken>(heap(), type, heap());
     synthetic->name = tagNameText(static_cast<std::int32_t>(tag));
     synthetic->position = position;
     return synthetic;

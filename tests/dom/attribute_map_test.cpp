@@ -125,6 +125,38 @@ TEST(AttributeMap, MergeMissingKeepsOwnValuesAndEntersTheRest)
     EXPECT_EQ(own.at(u"b"), ownB);
 }
 
+// A map made with a heap keeps its entries there, and so do the copies that
+// share them or take entries of their own; a map without one uses the general
+// allocator, also when it takes entries from a map with a heap.
+TEST(AttributeMap, EntriesStayOnTheHeapOfTheMapTheyComeFrom)
+{
+    ParseHeapOwner owner;
+    AttributeMap onHeap(owner.get());
+    EXPECT_EQ(onHeap.entriesHeap(), owner.get());
+    for (const char16_t* key : {u"b", u"a", u"c", u"e", u"d", u"f"}) {
+        onHeap.try_emplace(key, attributeNamed(key));
+    }
+    EXPECT_EQ(onHeap.entriesHeap(), owner.get());
+    AttributeMap shared = onHeap;
+    EXPECT_EQ(shared.entriesHeap(), owner.get());
+    shared.erase(u"a");
+    EXPECT_EQ(shared.entriesHeap(), owner.get());
+    AttributeMap assigned;
+    assigned = onHeap;
+    assigned[u"g"] = attributeNamed(u"g");
+    EXPECT_EQ(assigned.entriesHeap(), owner.get());
+    EXPECT_EQ(keysOf(onHeap), (std::vector<UString>{u"a", u"b", u"c", u"d", u"e", u"f"}));
+    EXPECT_EQ(keysOf(shared), (std::vector<UString>{u"b", u"c", u"d", u"e", u"f"}));
+    EXPECT_EQ(keysOf(assigned), (std::vector<UString>{u"a", u"b", u"c", u"d", u"e", u"f", u"g"}));
+
+    AttributeMap general;
+    EXPECT_EQ(general.entriesHeap(), nullptr);
+    general.try_emplace(u"z", attributeNamed(u"z"));
+    general.mergeMissing(onHeap, [](const AttributeRef&) {});
+    EXPECT_EQ(general.entriesHeap(), nullptr);
+    EXPECT_EQ(general.size(), 7u);
+}
+
 TEST(AttributeMap, CopiesAreIndependentOfEachOtherAfterAnyChange)
 {
     AttributeMap original;

@@ -99,6 +99,19 @@ TEST_F(TokenizerCore, AttributesKeepTheirOwnPositions)
     EXPECT_EQ(tag.attributes.at(u"cd")->position, (TextPosition{5, 2}));
 }
 
+TEST_F(TokenizerCore, TagsKeepTheirAttributesOnTheHeapOfTheirTokens)
+{
+    TokenizerRun run(u"<a b=1 c=2></a d=3><i>");
+    ASSERT_TRUE(run.runToEnd());
+    ASSERT_EQ(run.recorder->tokens.size(), 4u);
+    ParseHeap* heap = static_cast<const TagToken&>(*run.recorder->tokens[0]).attributes.entriesHeap();
+    EXPECT_NE(heap, nullptr);
+    for (std::size_t index = 1; index < 3; ++index) {
+        const auto& tag = static_cast<const TagToken&>(*run.recorder->tokens[index]);
+        EXPECT_EQ(tag.attributes.entriesHeap(), heap);
+    }
+}
+
 TEST_F(TokenizerCore, DroppedEndTagLeavesItsTokenPendingForTheNextTag)
 {
     // "</>" leaves an end tag pending, and "<c>" fills it in: an end tag c that
