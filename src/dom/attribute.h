@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "dom/binary_serializable.h"
 #include "dom/names.h"
@@ -122,7 +123,14 @@ template <>
 const UString& Attribute::getNamespaceUri();
 
 // True for a namespace declaration: prefix "xmlns", or no prefix and the name
-// "xmlns". Exact and case sensitive.
-bool isNamespaceDeclaration(const Attribute& attribute);
+// "xmlns". Exact and case sensitive. Inline, and views compare their lengths
+// first: the image writer asks this of every attribute several times, and
+// almost none is a declaration.
+inline bool isNamespaceDeclaration(const Attribute& attribute)
+{
+    constexpr std::u16string_view xmlns = u"xmlns";
+    const std::u16string_view prefix = attribute.prefix;
+    return prefix == xmlns || (prefix.empty() && std::u16string_view(attribute.name) == xmlns);
+}
 
 }  // namespace Parsers

@@ -69,15 +69,6 @@ bool declaresPrefix(const Attribute& attribute, const UString& wantedPrefix)
 
 }  // namespace
 
-bool isNamespaceDeclaration(const Attribute& attribute)
-{
-    // Views compare their lengths first: the image writer asks this of every
-    // attribute several times, and almost none is a declaration.
-    constexpr std::u16string_view xmlns = u"xmlns";
-    const std::u16string_view prefix = attribute.prefix;
-    return prefix == xmlns || (prefix.empty() && std::u16string_view(attribute.name) == xmlns);
-}
-
 template <>
 const UString& Attribute::getNamespaceUri()
 {
