@@ -108,7 +108,10 @@ public:
 private:
     // The array, shared by the copies that have not changed since.
     struct Storage {
-        explicit Storage(ParseHeap* source) : heap(source), entries(ParseHeapAllocator<value_type>(source)) {}
+        explicit Storage(ParseHeap* source)
+            : heap(source), entries(ParseHeapAllocator<value_type>(source))
+        {
+        }
 
         // Where the storage itself and its array come from; null for the
         // general allocator.

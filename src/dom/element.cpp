@@ -112,9 +112,9 @@ TagId Element::getTagId()
     if (tagId != TagId::Unknown || name.empty()) return tagId;
     // A start tag has as a rule looked its name up before its element is
     // asked: its row is the one a lookup of the same name would find.
-    const TagRow* row = startTagRow && std::u16string_view(startTagRow->name, startTagRow->length) == name
-                            ? startTagRow
-                            : lookupTagName(name.data(), name.size());
+    const bool sameName =
+        startTagRow && std::u16string_view(startTagRow->name, startTagRow->length) == name;
+    const TagRow* row = sameName ? startTagRow : lookupTagName(name.data(), name.size());
     if (!row) return TagId::Unknown;
     cacheRow(row);
     return tagId;

@@ -11,15 +11,15 @@ std::uint32_t Node::serialize(std::uint8_t*, StringTable*)
     throw enDPE::NotImplementedByClass;
 }
 
-// A tree can be nested far deeper than the call stack allows, so the subtree is
-// taken apart with an explicit list instead of by recursive destructors: every
-// child whose last reference is ours gives its children to the list before it
-// dies, and so dies without children of its own.
 Node::~Node()
 {
     releaseChildren();
 }
 
+// A tree can be nested far deeper than the call stack allows, so the subtree is
+// taken apart with an explicit list instead of by recursive destructors: every
+// child whose last reference is ours gives its children to the list before it
+// dies, and so dies without children of its own.
 void Node::releaseChildren()
 {
     if (children.empty()) return;

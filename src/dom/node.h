@@ -80,7 +80,8 @@ public:
 // The text of a TextNode or a Comment. The text of a node made during a parse
 // lives on the parse's heap, as the node does: texts are the commonest blocks
 // of a parse after the nodes, and each goes when its node goes.
-using CharacterText = std::basic_string<char16_t, std::char_traits<char16_t>, ParseHeapAllocator<char16_t>>;
+using CharacterText =
+    std::basic_string<char16_t, std::char_traits<char16_t>, ParseHeapAllocator<char16_t>>;
 
 // A node that carries text: a TextNode or a Comment.
 class CharacterData : public Node {
@@ -116,7 +117,10 @@ public:
 class Comment : public CharacterData {
 public:
     // The text is kept on the heap when one is given.
-    explicit Comment(std::u16string_view text, ParseHeap* heap = nullptr) : CharacterData(text, heap) {}
+    explicit Comment(std::u16string_view text, ParseHeap* heap = nullptr)
+        : CharacterData(text, heap)
+    {
+    }
     std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
     void writeMarkup(UString& out) override;
 };

@@ -172,7 +172,9 @@ void Tokenizer::switchTo(TokenizerState newState)
     case TokenizerState::TagOpen:
         // A pending tag is kept as it is, end tag or not: "</>" followed by "<b>"
         // delivers an end tag b.
-        if (!currentTag) currentTag = makeShared<TagToken>(tokenHeap.get(), TokenType::StartTag, tokenHeap.get());
+        if (!currentTag) {
+            currentTag = makeShared<TagToken>(tokenHeap.get(), TokenType::StartTag, tokenHeap.get());
+        }
         break;
     case TokenizerState::EndTagOpen:
     case TokenizerState::RcdataEndTagOpen:

@@ -104,7 +104,8 @@ TEST_F(TokenizerCore, TagsKeepTheirAttributesOnTheHeapOfTheirTokens)
     TokenizerRun run(u"<a b=1 c=2></a d=3><i>");
     ASSERT_TRUE(run.runToEnd());
     ASSERT_EQ(run.recorder->tokens.size(), 4u);
-    ParseHeap* heap = static_cast<const TagToken&>(*run.recorder->tokens[0]).attributes.entriesHeap();
+    const auto& first = static_cast<const TagToken&>(*run.recorder->tokens[0]);
+    ParseHeap* heap = first.attributes.entriesHeap();
     EXPECT_NE(heap, nullptr);
     for (std::size_t index = 1; index < 3; ++index) {
         const auto& tag = static_cast<const TagToken&>(*run.recorder->tokens[index]);
