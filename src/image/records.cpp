@@ -16,7 +16,9 @@ std::uint32_t isTopLevel(const Node& node)
 }
 
 // A string's number, or absent for an empty string where the format allows.
-std::uint32_t internUnlessEmpty(std::u16string_view text, StringTable& strings)
+// The text goes on by reference: a replay must not look at it.
+template <typename Text>
+std::uint32_t internUnlessEmpty(const Text& text, StringTable& strings)
 {
     static_assert(StringTable::kNoString == kAbsent);
     return strings.internUnlessEmpty(text);

@@ -39,23 +39,27 @@ public:
     // given to equal content otherwise. The table keeps a pointer to the
     // string's units, which must stay where they are for as long as the
     // table is used. After replay(), the number that the call of the same
-    // rank got before.
-    std::uint32_t intern(std::u16string_view text)
+    // rank got before. The text is any string of 16-bit units, taken by
+    // reference and looked at only while numbering: a replay looks at no text
+    // at all, not even at its length, since the text may be gone by then.
+    template <typename Text>
+    std::uint32_t intern(const Text& text)
     {
         if (replaying) return replayAnswer();
-        return number(text);
+        return number(std::u16string_view(text));
     }
     // kNoString for an empty text, the text's number otherwise. The answer is
-    // kept like any other, so that a replay looks at no text at all, not even
-    // at its length: the text may be gone by then.
-    std::uint32_t internUnlessEmpty(std::u16string_view text)
+    // kept like any other, and replayed in the same way.
+    template <typename Text>
+    std::uint32_t internUnlessEmpty(const Text& text)
     {
         if (replaying) return replayAnswer();
-        if (text.empty()) {
+        const std::u16string_view units(text);
+        if (units.empty()) {
             answers.push_back(kNoString);
             return kNoString;
         }
-        return number(text);
+        return number(units);
     }
     // Starts giving back the numbers of the calls made so far, in order, and
     // copies the units of each string to its place in `stringArea`, the
@@ -101,7 +105,8 @@ private:
 };
 
 // The number of a string in the table (the image writer's name for intern).
-inline std::uint32_t internString(std::u16string_view text, StringTable& stringTable)
+template <typename Text>
+std::uint32_t internString(const Text& text, StringTable& stringTable)
 {
     return stringTable.intern(text);
 }
