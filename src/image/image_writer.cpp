@@ -10,6 +10,7 @@
 #include "dom/node.h"
 #include "image/image_block.h"
 #include "image/image_format.h"
+#include "image/records.h"
 #include "image/string_table.h"
 
 namespace Parsers {
@@ -108,6 +109,8 @@ void resolveNamespaces(Element& element, const NamespaceScopes& scopes)
 // table.
 struct Collection {
     std::vector<Node*> nodes;
+    // For each node, the number of the first node behind its subtree.
+    std::vector<std::uint32_t> subtreeEnds;
     std::vector<BinarySerializable*> attributes;
     std::uint64_t nodeTableSize = 0;
     // How many strings the nodes asked for in the numbering round: the
@@ -131,6 +134,7 @@ WalkFrame enterNode(Node* node, Collection& collection, NamespaceScopes& scopes,
 {
     node->imageIndex = static_cast<std::uint32_t>(collection.nodes.size());
     collection.nodes.push_back(node);
+    collection.subtreeEnds.push_back(0);  // known when the walk leaves the node
     std::size_t bindings = 0;
     if (node->nodeType == NodeType::Element) {
         auto* element = static_cast<Element*>(node);
@@ -159,6 +163,8 @@ void collectSubtree(Node* root, Collection& collection, NamespaceScopes& scopes,
             stack.push_back(enterNode(child, collection, scopes, strings));
         } else {
             scopes.leave(top.bindings);
+            collection.subtreeEnds[top.node->imageIndex] =
+                static_cast<std::uint32_t>(collection.nodes.size());
             stack.pop_back();
         }
     }
@@ -226,7 +232,9 @@ private:
 // numbers from the replay of the numbering round, the nodes' from its start
 // and the attributes' from where the nodes' end, and the string table fills
 // as they go. One walk instead of one per table and one for the strings:
-// each string is copied while its record's memory is at hand.
+// each string is copied while its record's memory is at hand. An element's
+// record takes its children's numbers from the table of subtree ends, so that
+// the walk meets each node once, in order.
 void writeRecords(std::uint8_t* nodeTable, std::uint8_t* attributeTable,
                   const Collection& collection, StringTable& strings, TreeAfterImage after)
 {
@@ -234,9 +242,13 @@ void writeRecords(std::uint8_t* nodeTable, std::uint8_t* attributeTable,
     SubtreeRelease release;
     for (Node* node : collection.nodes) {
         if (after == TreeAfterImage::Released) release.enter(node);
-        nodeTable += node->serialize(nodeTable, &strings);
-        if (node->nodeType != NodeType::Element) continue;
-        const AttributeMap& attributes = static_cast<Element*>(node)->attributes;
+        if (node->nodeType != NodeType::Element) {
+            nodeTable += node->serialize(nodeTable, &strings);
+            continue;
+        }
+        auto* element = static_cast<Element*>(node);
+        nodeTable += writeElementRecord(*element, nodeTable, strings, collection.subtreeEnds.data());
+        const AttributeMap& attributes = element->attributes;
         if (attributes.empty()) continue;
         const std::size_t nodeAnswers = strings.replayPosition();
         strings.seekReplay(attributeAnswers);

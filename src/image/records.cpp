@@ -1,4 +1,6 @@
 // The records that nodes and attributes write into the image's tables.
+#include "image/records.h"
+
 #include "dom/element.h"
 #include "dom/node.h"
 #include "image/image_format.h"
@@ -76,32 +78,37 @@ DeclarationStrings internDeclaration(const Attribute& declaration, StringTable& 
     return DeclarationStrings{prefix, strings.intern(declaration.value)};
 }
 
-}  // namespace
-
-std::uint32_t TextNode::serialize(std::uint8_t* destination, StringTable* strings)
+// The numbers of the element's children: read from the children, or, with the
+// writer's table of subtree ends, worked out without visiting them.
+void writeChildList(FieldWriter& fields, const Element& element, const std::uint32_t* subtreeEnds)
 {
-    return serializeCharacterData(*this, RecordKind::Text, destination, strings);
-}
-
-std::uint32_t Comment::serialize(std::uint8_t* destination, StringTable* strings)
-{
-    return serializeCharacterData(*this, RecordKind::Comment, destination, strings);
+    if (!subtreeEnds) {
+        for (const NodeRef& child : element.children) fields.u32(child->imageIndex);
+        return;
+    }
+    std::uint32_t child = element.imageIndex + 1;
+    for (std::size_t count = element.children.size(); count > 0; --count) {
+        fields.u32(child);
+        child = subtreeEnds[child];
+    }
 }
 
 // Each record takes its strings first, in the order it uses them. In the
 // numbering round, which has no destination, that is all it does.
-std::uint32_t Element::serialize(std::uint8_t* destination, StringTable* strings)
+std::uint32_t serializeElement(Element& element, std::uint8_t* destination, StringTable* strings,
+                               const std::uint32_t* subtreeEnds)
 {
+    const AttributeMap& attributes = element.attributes;
     auto attributeCount = static_cast<std::uint32_t>(attributes.size());
-    std::uint32_t declarationCount = countDeclarations(*this);
-    auto childCount = static_cast<std::uint32_t>(children.size());
+    std::uint32_t declarationCount = countDeclarations(element);
+    auto childCount = static_cast<std::uint32_t>(element.children.size());
     std::uint32_t payloadSize =
         kElementFixedPayloadSize + 4 * attributeCount + kDeclarationEntrySize * declarationCount;
     std::uint32_t recordSize = kRecordHeadSize + payloadSize + 4 * childCount;
     if (!strings) return recordSize;
-    const std::uint32_t nameString = strings->intern(name);
-    const std::uint32_t prefixString = internUnlessEmpty(prefix, *strings);
-    const std::uint32_t uriString = internUnlessEmpty(getNamespaceUri(), *strings);
+    const std::uint32_t nameString = strings->intern(element.name);
+    const std::uint32_t prefixString = internUnlessEmpty(element.prefix, *strings);
+    const std::uint32_t uriString = internUnlessEmpty(element.getNamespaceUri(), *strings);
     if (!destination) {
         for (const auto& entry : attributes) {
             if (isNamespaceDeclaration(*entry.second)) internDeclaration(*entry.second, *strings);
@@ -110,11 +117,11 @@ std::uint32_t Element::serialize(std::uint8_t* destination, StringTable* strings
     }
 
     FieldWriter fields(destination);
-    writeRecordHead(fields, recordSize, RecordKind::Element, *this, childCount,
+    writeRecordHead(fields, recordSize, RecordKind::Element, element, childCount,
                     childCount ? kRecordHeadSize + payloadSize : 0);
     fields.u32(payloadSize);
     // The id is looked up here if it is still unknown, but not stored.
-    fields.u32(idOrAbsent(static_cast<std::int32_t>(lookUpTagId())));
+    fields.u32(idOrAbsent(static_cast<std::int32_t>(element.lookUpTagId())));
     fields.u32(nameString);
     fields.u32(prefixString);
     fields.u32(uriString);
@@ -130,8 +137,31 @@ std::uint32_t Element::serialize(std::uint8_t* destination, StringTable* strings
         fields.u32(declaration.prefix);
         fields.u32(declaration.uri);
     }
-    for (const NodeRef& child : children) fields.u32(child->imageIndex);
+    writeChildList(fields, element, subtreeEnds);
     return recordSize;
+}
+
+}  // namespace
+
+std::uint32_t writeElementRecord(Element& element, std::uint8_t* destination, StringTable& strings,
+                                 const std::uint32_t* subtreeEnds)
+{
+    return serializeElement(element, destination, &strings, subtreeEnds);
+}
+
+std::uint32_t TextNode::serialize(std::uint8_t* destination, StringTable* strings)
+{
+    return serializeCharacterData(*this, RecordKind::Text, destination, strings);
+}
+
+std::uint32_t Comment::serialize(std::uint8_t* destination, StringTable* strings)
+{
+    return serializeCharacterData(*this, RecordKind::Comment, destination, strings);
+}
+
+std::uint32_t Element::serialize(std::uint8_t* destination, StringTable* strings)
+{
+    return serializeElement(*this, destination, strings, nullptr);
 }
 
 template <>

@@ -345,6 +345,53 @@ TEST(ImageWriter, NodesAreNumberedInPreOrder)
     EXPECT_EQ(e->imageIndex, 4u);
 }
 
+std::uint32_t readU32(const std::vector<std::uint8_t>& bytes, std::size_t at)
+{
+    std::uint32_t value = 0;
+    for (int shift = 0; shift < 32; shift += 8) value |= std::uint32_t{bytes[at++]} << shift;
+    return value;
+}
+
+// The child lists of the records, one after the other, in node order.
+std::vector<std::vector<std::uint32_t>> childListsOf(const std::vector<std::uint8_t>& image)
+{
+    const std::uint32_t nodeCount = readU32(image, 2);
+    std::vector<std::vector<std::uint32_t>> lists;
+    std::size_t record = 26;
+    for (std::uint32_t node = 0; node < nodeCount; ++node) {
+        const std::uint32_t childCount = readU32(image, record + 14);
+        const std::size_t listStart = record + readU32(image, record + 18);
+        std::vector<std::uint32_t> list;
+        for (std::uint32_t child = 0; child < childCount; ++child) {
+            list.push_back(readU32(image, listStart + 4 * child));
+        }
+        lists.push_back(list);
+        record += readU32(image, record);
+    }
+    return lists;
+}
+
+// Children's numbers follow from the subtrees before them: subtrees of every
+// size, empty elements and texts among them.
+TEST(ImageWriter, ChildListsHoldTheNumbersOfTheChildren)
+{
+    Document document(2);
+    auto* a = append(makeElement(u"a"), &document);
+    auto* b = append(makeElement(u"b"), a);
+    append(makeText(u"t1"), b);
+    auto* c = append(makeElement(u"c"), b);
+    append(makeElement(u"d"), c);
+    append(makeComment(u"e"), c);
+    append(makeElement(u"f"), a);
+    append(makeText(u"t2"), a);
+    auto* g = append(makeElement(u"g"), &document);
+    append(makeText(u"t3"), g);
+    const WrittenImage image = writeImage(document);
+    // a0 b1 t1:2 c3 d4 e5 f6 t2:7 g8 t3:9
+    EXPECT_EQ(childListsOf(image.bytes), (std::vector<std::vector<std::uint32_t>>{
+                                             {1, 6, 7}, {2, 3}, {}, {4, 5}, {}, {}, {}, {}, {9}, {}}));
+}
+
 // The namespace URIs found top-down during the walk are those the element and
 // attribute lookups find, including the nearest declaration winning and a
 // declaration going out of scope with its element.
