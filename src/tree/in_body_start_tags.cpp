@@ -14,17 +14,6 @@ namespace Parsers {
 
 namespace {
 
-// Compares an attribute value with a lower-case text, folding only A to Z of
-// the value.
-bool equalsFoldedAscii(const UString& value, std::u16string_view lowerCase)
-{
-    if (value.size() != lowerCase.size()) return false;
-    for (std::size_t i = 0; i < value.size(); ++i) {
-        if (toAsciiLower(value[i]) != lowerCase[i]) return false;
-    }
-    return true;
-}
-
 // An input whose type is hidden shows nothing, so it leaves the frameset-ok
 // flag as it was.
 bool isHiddenInput(const TagToken& tag)

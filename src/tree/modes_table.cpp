@@ -27,13 +27,7 @@ constexpr std::u16string_view kHidden = u"hidden";
 bool hasHiddenInputAttribute(const TagToken& tag)
 {
     auto found = tag.attributes.find(u"input");
-    if (found == tag.attributes.end()) return false;
-    const UString& value = found->second->value;
-    if (value.size() != kHidden.size()) return false;
-    for (std::size_t i = 0; i < value.size(); ++i) {
-        if (toAsciiLower(value[i]) != kHidden[i]) return false;
-    }
-    return true;
+    return found != tag.attributes.end() && equalsFoldedAscii(found->second->value, kHidden);
 }
 
 }  // namespace

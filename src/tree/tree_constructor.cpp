@@ -10,21 +10,6 @@
 
 namespace Parsers {
 
-namespace {
-
-// Compares an attribute value with a lower-case text, folding only A to Z of
-// the value.
-bool equalsFoldedAscii(const UString& value, std::u16string_view lowerCase)
-{
-    if (value.size() != lowerCase.size()) return false;
-    for (std::size_t i = 0; i < value.size(); ++i) {
-        if (toAsciiLower(value[i]) != lowerCase[i]) return false;
-    }
-    return true;
-}
-
-}  // namespace
-
 TreeConstructor::TreeConstructor(SourceBuffer* sourceBuffer, Tokenizer* owningTokenizer,
                                  std::uint32_t kind)
     : document(makeNode<Document>(heap(), static_cast<std::int32_t>(kind))),
