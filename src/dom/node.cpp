@@ -162,7 +162,7 @@ void appendCharacter(char16_t unit, Node* parent, ParseHeap* heap)
         static_cast<CharacterData*>(last)->data.push_back(unit);
         return;
     }
-    auto text = makeShared<TextNode>(heap, unit, heap);
+    auto text = makeSharedOnHeap<TextNode>(heap, unit);
     text->parent = parent;
     linkAsLastChild(std::move(text), parent->children);
 }
@@ -176,7 +176,7 @@ void appendCharacters(const char16_t* units, std::size_t count, Node* parent, Pa
         return;
     }
     // The first unit makes the text node, the others extend it.
-    auto text = makeShared<TextNode>(heap, units[0], heap);
+    auto text = makeSharedOnHeap<TextNode>(heap, units[0]);
     text->data.append(units + 1, count - 1);
     text->parent = parent;
     linkAsLastChild(std::move(text), parent->children);
@@ -184,7 +184,7 @@ void appendCharacters(const char16_t* units, std::size_t count, Node* parent, Pa
 
 void insertCharacterBefore(char16_t unit, NodeRef reference, Node* parent, ParseHeap* heap)
 {
-    insertBefore(makeShared<TextNode>(heap, unit, heap), std::move(reference), parent);
+    insertBefore(makeSharedOnHeap<TextNode>(heap, unit), std::move(reference), parent);
 }
 
 NodeRef removeChild(Node* child, Node* parent)

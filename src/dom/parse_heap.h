@@ -137,6 +137,14 @@ std::shared_ptr<T> makeShared(ParseHeap* heap, Arguments&&... arguments)
     return std::allocate_shared<T>(ParseHeapAllocator<T>(heap), std::forward<Arguments>(arguments)...);
 }
 
+// An object that keeps its own texts or arrays on the heap it is made from:
+// the heap goes to its constructor as the last argument as well.
+template <typename T, typename... Arguments>
+std::shared_ptr<T> makeSharedOnHeap(ParseHeap* heap, Arguments&&... arguments)
+{
+    return makeShared<T>(heap, std::forward<Arguments>(arguments)..., heap);
+}
+
 // Owns a heap and releases it at the end of its own life.
 class ParseHeapOwner {
 public:

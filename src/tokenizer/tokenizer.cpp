@@ -172,9 +172,7 @@ void Tokenizer::switchTo(TokenizerState newState)
     case TokenizerState::TagOpen:
         // A pending tag is kept as it is, end tag or not: "</>" followed by "<b>"
         // delivers an end tag b.
-        if (!currentTag) {
-            currentTag = makeShared<TagToken>(tokenHeap.get(), TokenType::StartTag, tokenHeap.get());
-        }
+        if (!currentTag) currentTag = makeSharedOnHeap<TagToken>(tokenHeap.get(), TokenType::StartTag);
         break;
     case TokenizerState::EndTagOpen:
     case TokenizerState::RcdataEndTagOpen:
@@ -182,7 +180,7 @@ void Tokenizer::switchTo(TokenizerState newState)
     case TokenizerState::ScriptDataEndTagOpen:
     case TokenizerState::ScriptDataEscapedEndTagOpen:
         if (!currentTag) {
-            currentTag = makeShared<TagToken>(tokenHeap.get(), TokenType::EndTag, tokenHeap.get());
+            currentTag = makeSharedOnHeap<TagToken>(tokenHeap.get(), TokenType::EndTag);
         } else {
             currentTag->type = TokenType::EndTag;
         }

@@ -276,7 +276,7 @@ TreeConstructor::DispatchDepth::~DispatchDepth()
 
 TagTokenRef TreeConstructor::makeSyntheticTag(TokenType type, TagId tag, TextPosition position)
 {
-    auto synthetic = makeShared<TagToken>(heap(), type, heap());
+    auto synthetic = makeSharedOnHeap<TagToken>(heap(), type);
     synthetic->name = tagNameText(static_cast<std::int32_t>(tag));
     synthetic->position = position;
     return synthetic;
