@@ -604,6 +604,7 @@ int run(const Options& options)
                 "at the start.\n",
                 options.corpus.c_str(), documents.size(), megabytes(totalBytes(documents)).c_str(),
                 DOM_GetVersion(), cores, loadAverage().c_str());
+    std::printf("Core compiled %s.\n", DOMPARSE_BENCH_CORE_BUILD);
     std::printf("%s s timed per measurement; figures are medians of rounds; MB = 10^6 bytes.\n",
                 fixed(options.seconds, 1).c_str());
 
