@@ -15,8 +15,10 @@ endif()
 
 set(trained 0)
 foreach(document IN LISTS DOCUMENTS)
+  # A parse that does not come back (some inputs never end) is stopped and
+  # counts as failed.
   execute_process(COMMAND ${TRAINER} ${document} RESULT_VARIABLE result
-    OUTPUT_QUIET ERROR_QUIET)
+    OUTPUT_QUIET ERROR_QUIET TIMEOUT 120)
   if(result EQUAL 0)
     math(EXPR trained "${trained} + 1")
   else()
