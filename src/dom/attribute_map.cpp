@@ -110,10 +110,10 @@ std::pair<AttributeMap::const_iterator, bool> AttributeMap::try_emplace(UString 
     // a search of the array would sort it.
     if (own && storage && storage->pendingIndex) return tryAppend(std::move(key), value);
     if (own && (!storage || storage->entries.back().first < key)) {
-        // In order: most tags write their attributes so, or have few. Room
-        // for a few from the start spares the first steps of growth.
+        // In order: most tags write their attributes so, or have few. The
+        // array grows from one entry: most maps keep a single attribute, and
+        // room for more made at the start stayed unused in most elements.
         Entries& entries = ownEntries();
-        if (entries.empty()) entries.reserve(kFirstCapacity);
         entries.emplace_back(std::move(key), value);
         return {entries.cend() - 1, true};
     }

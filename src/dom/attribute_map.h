@@ -45,8 +45,6 @@ public:
     // Entries kept sorted as they come in; past this many, out of order ones
     // are appended and sorted later.
     static constexpr std::size_t kSortedInsertLimit = 64;
-    // The room that the first entry makes.
-    static constexpr std::size_t kFirstCapacity = 4;
 
     AttributeMap() = default;
     // A map whose array, once it has entries, comes from the heap.
