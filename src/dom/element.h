@@ -53,6 +53,9 @@ public:
     bool isSelfClosing() const;
     const TagTokenRef& getToken() const { return token; }
 
+    // The element's name; empty until asked for when the element was made
+    // from its tag id alone.
+    UString name;
     TagId tagId;
     std::int32_t reservedFirst = INT_MIN;
     std::int32_t reservedSecond = INT_MIN;

@@ -11,6 +11,11 @@ std::uint32_t Node::serialize(std::uint8_t*, StringTable*)
     throw enDPE::NotImplementedByClass;
 }
 
+const UString& Node::getNodeName()
+{
+    return sharedEmptyString();
+}
+
 Node::~Node()
 {
     releaseChildren();

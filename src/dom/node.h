@@ -41,7 +41,9 @@ public:
     void releaseChildren();
     // Appends this node's markup, with its descendants, to `out` (markup.cpp).
     virtual void writeMarkup(UString& out) = 0;
-    virtual const UString& getNodeName() { return name; }
+    // The name of an element or a doctype; every other node has none and
+    // answers the shared empty string.
+    virtual const UString& getNodeName();
 
     // The node's markup as a new text: the forwarder to writeMarkup.
     UString markup()
@@ -66,7 +68,6 @@ public:
     // The nearest Document above this node, starting at its parent; null if none.
     Document* getOwnerDocument() const;
 
-    UString name;
     const NodeType nodeType;
     Node* previousSibling = nullptr;
     Node* nextSibling = nullptr;
@@ -129,13 +130,17 @@ class DocumentType : public Node {
 public:
     DocumentType(const UString& doctypeName, const UString& publicIdentifier,
                  const UString& systemIdentifier)
-        : Node(NodeType::DocumentType), publicId(publicIdentifier), systemId(systemIdentifier)
+        : Node(NodeType::DocumentType),
+          name(doctypeName),
+          publicId(publicIdentifier),
+          systemId(systemIdentifier)
     {
-        name = doctypeName;
     }
     // The name alone: the identifiers are not written.
     void writeMarkup(UString& out) override;
+    const UString& getNodeName() override { return name; }
 
+    UString name;
     UString publicId;
     UString systemId;
 };

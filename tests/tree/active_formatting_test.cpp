@@ -19,7 +19,7 @@ std::string describe(const ActiveFormattingList& list)
     std::string out;
     for (const NodeRef& entry : list.entries) {
         if (!out.empty()) out += " ";
-        out += isFormattingMarker(*entry) ? "|" : Testing::escapeText(entry->name);
+        out += isFormattingMarker(*entry) ? "|" : Testing::escapeText(entry->getNodeName());
     }
     return out;
 }
@@ -259,7 +259,7 @@ TEST_F(Reconstruction, FosterPlacesTheElementsInFrontOfTheTable)
     EXPECT_EQ(stackNames(tree()), "(html) body p table b");
     Node& p = *tree().openElements[2];
     ASSERT_EQ(p.children.size(), 3u);
-    EXPECT_EQ(p.children[1]->name, u"b");
+    EXPECT_EQ(p.children[1]->getNodeName(), u"b");
     EXPECT_EQ(p.children[2], table);
 }
 

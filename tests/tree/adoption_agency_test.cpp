@@ -21,7 +21,7 @@ std::string describe(const ActiveFormattingList& list)
     std::string out;
     for (const NodeRef& entry : list.entries) {
         if (!out.empty()) out += " ";
-        out += isFormattingMarker(*entry) ? "|" : Testing::escapeText(entry->name);
+        out += isFormattingMarker(*entry) ? "|" : Testing::escapeText(entry->getNodeName());
     }
     return out;
 }

@@ -175,7 +175,7 @@ TEST(InitialMode, EndOfFileAloneMakesTheSkeleton)
     EXPECT_EQ(stackNames(*feed.constructor), "(html) body");
     EXPECT_TRUE(feed.constructor->framesetOk);
     ASSERT_NE(feed.constructor->headElement, nullptr);
-    EXPECT_EQ(feed.constructor->headElement->name, u"head");
+    EXPECT_EQ(feed.constructor->headElement->getNodeName(), u"head");
 }
 
 // ---------------------------------------------------------------- before html

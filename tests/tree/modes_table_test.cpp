@@ -369,7 +369,7 @@ TEST(InTable, FormGoesInFrontIsClosedAndStaysTheFormElement)
     EXPECT_EQ(f.body(), "<form>\n<table>\n");
     EXPECT_EQ(f.stack(), "(html) body table");
     ASSERT_TRUE(f.tree.formElement);
-    EXPECT_EQ(f.tree.formElement->name, u"form");
+    EXPECT_EQ(f.tree.formElement->getNodeName(), u"form");
     EXPECT_EQ(f.reports(), (Reports{"158 P"}));
 
     auto second = f.start(u"form");

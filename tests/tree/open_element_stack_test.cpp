@@ -29,7 +29,7 @@ protected:
     }
     TreeConstructor& tree() { return *feed.constructor; }
     std::string stack() { return stackNames(tree()); }
-    std::string top() { return tree().currentNode ? Testing::escapeText(tree().currentNode->name) : "-"; }
+    std::string top() { return tree().currentNode ? Testing::escapeText(tree().currentNode->getNodeName()) : "-"; }
 
     TreeFeed feed;
 };
