@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "dom/binary_serializable.h"
+#include "dom/node_list.h"
 #include "dom/parse_heap.h"
 #include "library/shared_types.h"
 
@@ -19,10 +20,6 @@ namespace Parsers {
 
 class Document;
 
-// The children of a node. A node made during a parse draws the list from the
-// parse's heap (see makeNode): almost every element has a child, so the list
-// of each was the commonest allocation left.
-using NodeList = std::vector<NodeRef, ParseHeapAllocator<NodeRef>>;
 
 class Node : public BinarySerializable {
 public:
@@ -220,7 +217,7 @@ template <typename T, typename... Arguments>
 std::shared_ptr<T> makeNode(ParseHeap* heap, Arguments&&... arguments)
 {
     std::shared_ptr<T> node = makeShared<T>(heap, std::forward<Arguments>(arguments)...);
-    if (heap) node->children = NodeList(ParseHeapAllocator<NodeRef>(heap));
+    if (heap) node->children = NodeList(heap);
     return node;
 }
 

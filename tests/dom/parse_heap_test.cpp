@@ -115,13 +115,13 @@ TEST(ParseHeap, NodesDrawTheirChildListsFromTheirHeap)
 {
     ParseHeapOwner owner;
     auto parent = makeNode<Element>(owner.get(), TagId::Unknown, NodeType::Element);
-    EXPECT_EQ(parent->children.get_allocator().heap, owner.get());
+    EXPECT_EQ(parent->children.heap(), owner.get());
     for (int i = 0; i < 100; ++i) {
         appendChild(makeNode<Element>(owner.get(), TagId::Unknown, NodeType::Element), parent.get());
     }
     // Children move between lists of different origins as they do anywhere.
     Document document(2);
-    EXPECT_EQ(document.children.get_allocator().heap, nullptr);
+    EXPECT_EQ(document.children.heap(), nullptr);
     moveChildren(parent.get(), &document);
     EXPECT_TRUE(parent->children.empty());
     ASSERT_EQ(document.children.size(), 100u);

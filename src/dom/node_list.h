@@ -1,0 +1,103 @@
+// The children of a node.
+//
+// Every node has a child list, and most nodes (texts above all) never have a
+// child, so the list is one pointer wide: to its array, which begins with the
+// heap it came from, its size and its capacity; or, while there is no array,
+// to the heap the first one will come from, marked in the lowest bit. A list
+// made during a parse draws its array from the parse's heap (see makeNode), any
+// other list from the general allocator.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <memory>
+
+#include "dom/parse_heap.h"
+#include "library/shared_types.h"
+
+namespace Parsers {
+
+class NodeList {
+public:
+    using value_type = NodeRef;
+    using iterator = NodeRef*;
+    using const_iterator = const NodeRef*;
+    using reverse_iterator = std::reverse_iterator<iterator>;
+    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+
+    // A list whose array comes from the general allocator.
+    NodeList() noexcept = default;
+    // A list whose array comes from `source` (the general allocator for null).
+    explicit NodeList(ParseHeap* source) noexcept : bits(emptyOn(source)) {}
+    // Takes the other list's children and array; the other list is left empty,
+    // drawing on the same heap as before.
+    NodeList(NodeList&& other) noexcept : bits(other.bits) { other.bits = emptyOn(other.heap()); }
+    NodeList& operator=(NodeList&& other) noexcept;
+    NodeList(const NodeList&) = delete;
+    NodeList& operator=(const NodeList&) = delete;
+    ~NodeList() { releaseArray(); }
+
+    // The heap the list's array comes from; null for the general allocator.
+    ParseHeap* heap() const noexcept;
+    std::size_t size() const noexcept { return array() ? array()->size : 0; }
+    bool empty() const noexcept { return size() == 0; }
+
+    iterator begin() noexcept { return items(); }
+    iterator end() noexcept { return items() + size(); }
+    const_iterator begin() const noexcept { return items(); }
+    const_iterator end() const noexcept { return items() + size(); }
+    reverse_iterator rbegin() noexcept { return reverse_iterator(end()); }
+    reverse_iterator rend() noexcept { return reverse_iterator(begin()); }
+    const_reverse_iterator rbegin() const noexcept { return const_reverse_iterator(end()); }
+    const_reverse_iterator rend() const noexcept { return const_reverse_iterator(begin()); }
+
+    NodeRef& operator[](std::size_t index) noexcept { return items()[index]; }
+    const NodeRef& operator[](std::size_t index) const noexcept { return items()[index]; }
+    NodeRef& front() noexcept { return items()[0]; }
+    const NodeRef& front() const noexcept { return items()[0]; }
+    NodeRef& back() noexcept { return items()[size() - 1]; }
+    const NodeRef& back() const noexcept { return items()[size() - 1]; }
+
+    void push_back(NodeRef node);
+    void pop_back() noexcept;
+    // Inserts in front of `position`; returns where the node now is.
+    iterator insert(const_iterator position, NodeRef node);
+    // Removes the entry at `position`; returns the position of the next one.
+    iterator erase(const_iterator position) noexcept;
+    // Releases every entry and keeps the array for new ones.
+    void clear() noexcept;
+
+private:
+    // The start of an array: the entries follow it.
+    struct Array {
+        ParseHeap* heap;
+        std::uint32_t size;
+        std::uint32_t capacity;
+    };
+    static_assert(sizeof(Array) % alignof(NodeRef) == 0);
+    static constexpr std::uintptr_t kNoArray = 1;
+
+    static std::uintptr_t emptyOn(ParseHeap* source) noexcept
+    {
+        return reinterpret_cast<std::uintptr_t>(source) | kNoArray;
+    }
+    Array* array() const noexcept
+    {
+        return (bits & kNoArray) != 0 ? nullptr : reinterpret_cast<Array*>(bits);
+    }
+    NodeRef* items() const noexcept
+    {
+        Array* start = array();
+        return start ? reinterpret_cast<NodeRef*>(start + 1) : nullptr;
+    }
+    // Room for at least one more entry, the entries moved to a larger array
+    // when the present one is full.
+    void reserveOneMore();
+    void releaseArray() noexcept;
+
+    // An Array*, or the heap for the first array with kNoArray set.
+    std::uintptr_t bits = kNoArray;
+};
+
+}  // namespace Parsers
