@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "dom/binary_serializable.h"
 #include "dom/node_list.h"
@@ -19,7 +18,6 @@
 namespace Parsers {
 
 class Document;
-
 
 class Node : public BinarySerializable {
 public:
