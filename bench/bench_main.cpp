@@ -83,7 +83,7 @@ constexpr unsigned long long kChildAddressSpace = 6ull << 30;
 Sizes sizesFor(const Options& options)
 {
     if (options.smoke) return Sizes{64000, {1000, 3000}, 1000000, 1, 0.0, {60, kChildAddressSpace}};
-    return Sizes{1000000, {10000, 100000, 1000000}, 50000000, 3, 1.0, {300, kChildAddressSpace}};
+    return Sizes{1000000, {10000, 100000, 1000000}, 50000000, 3, 2.0, {300, kChildAddressSpace}};
 }
 
 // What became of a child that did not finish, with its time.
