@@ -2,11 +2,11 @@
 #
 # The core is compiled twice. A copy instrumented with -fprofile-generate is
 # linked into domparse_training (tools/train), which parses each document of a
-# training folder in a run of its own; the counts land beside the copy's object
-# files. They are then put beside the objects of domparse_core, which is
-# compiled with -fprofile-use: the compiler learns which branches real pages
-# take, and lays out and inlines the hot paths accordingly. The parse does
-# exactly the same; only the machine code differs.
+# training folder in a run of its own; the counts land under the names of the
+# core's own objects (see there). They are then put beside the objects of
+# domparse_core, which is compiled with -fprofile-use: the compiler learns
+# which branches real pages take, and lays out and inlines the hot paths
+# accordingly. The parse does exactly the same; only the machine code differs.
 #
 # The training folder defaults to the corpus beside the project. Without
 # training documents, or with another compiler, a sanitizer, a cross build or
