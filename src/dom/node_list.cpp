@@ -27,6 +27,11 @@ void releaseBytes(ParseHeap* heap, void* block, std::size_t bytes) noexcept
 
 }  // namespace
 
+std::size_t NodeList::arrayBytes(std::uint32_t capacity) noexcept
+{
+    return sizeof(Array) + capacity * sizeof(NodeRef);
+}
+
 NodeList& NodeList::operator=(NodeList&& other) noexcept
 {
     if (this == &other) return *this;
@@ -95,7 +100,7 @@ void NodeList::reserveOneMore()
     // Doubling from one: most lists hold a single child.
     const std::uint32_t grownCapacity = capacity == 0 ? 1 : 2 * capacity;
     ParseHeap* source = heap();
-    void* block = allocateBytes(source, sizeof(Array) + grownCapacity * sizeof(NodeRef));
+    void* block = allocateBytes(source, arrayBytes(grownCapacity));
     auto* grown = new (block) Array{source, size, grownCapacity};
     auto* moved = reinterpret_cast<NodeRef*>(grown + 1);
     NodeRef* present = items();
@@ -103,7 +108,7 @@ void NodeList::reserveOneMore()
         new (moved + index) NodeRef(std::move(present[index]));
         present[index].~NodeRef();
     }
-    if (old) releaseBytes(source, old, sizeof(Array) + capacity * sizeof(NodeRef));
+    if (old) releaseBytes(source, old, arrayBytes(capacity));
     bits = reinterpret_cast<std::uintptr_t>(grown);
 }
 
@@ -113,7 +118,7 @@ void NodeList::releaseArray() noexcept
     if (!start) return;
     clear();
     ParseHeap* source = start->heap;
-    releaseBytes(source, start, sizeof(Array) + start->capacity * sizeof(NodeRef));
+    releaseBytes(source, start, arrayBytes(start->capacity));
     bits = emptyOn(source);
 }
 

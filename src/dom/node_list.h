@@ -78,6 +78,9 @@ private:
     static_assert(sizeof(Array) % alignof(NodeRef) == 0);
     static constexpr std::uintptr_t kNoArray = 1;
 
+    // The bytes of an array with room for `capacity` entries.
+    static std::size_t arrayBytes(std::uint32_t capacity) noexcept;
+
     static std::uintptr_t emptyOn(ParseHeap* source) noexcept
     {
         return reinterpret_cast<std::uintptr_t>(source) | kNoArray;
