@@ -44,6 +44,15 @@ struct DomParseResult {
     std::vector<std::uint8_t> image;
 };
 DomParseResult parseWithDomParse(const std::vector<std::uint8_t>& bytes);
+// One DOM_Parse of a copy of the bytes, its image released at once: the
+// result code alone. A child that measures the parse's peak memory parses
+// this way, so that the peak holds no copy of the image made by this program.
+std::uint32_t parseWithDomParseAndRelease(const std::vector<std::uint8_t>& bytes);
+
+// A writable copy of the input with the zero padding that DOM_Parse may read
+// and write behind it. The parse may rewrite the buffer, so each parse gets a
+// fresh copy.
+void copyPadded(const std::vector<std::uint8_t>& bytes, std::vector<std::uint8_t>& buffer);
 
 // Whether the global memory block functions that this program calls are those
 // of libdomparse.so, which made the blocks that DOM_Parse hands over.

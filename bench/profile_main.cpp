@@ -43,6 +43,8 @@ struct Outcome {
 
 Outcome parseOnce(const std::vector<std::uint8_t>& bytes, std::vector<std::uint8_t>& buffer)
 {
+    buffer.clear();
+    buffer.reserve(bytes.size() + DOM_INPUT_PADDING);  // one block, no second copy
     buffer.assign(bytes.begin(), bytes.end());
     buffer.resize(bytes.size() + DOM_INPUT_PADDING, 0);
     DOM_ParseRecord record{DOM_RECORD_VERSION, DOM_INPUT_BYTES, 0};

@@ -16,12 +16,6 @@ namespace Parsers::Bench {
 
 namespace {
 
-void copyPadded(const std::vector<std::uint8_t>& bytes, std::vector<std::uint8_t>& buffer)
-{
-    buffer.assign(bytes.begin(), bytes.end());
-    buffer.resize(bytes.size() + DOM_INPUT_PADDING, 0);
-}
-
 // A source record over the caller's buffer, as the parse driver fills it in
 // before input preparation.
 void startSource(SourceBuffer& source, std::vector<std::uint8_t>& buffer, std::size_t size)
