@@ -81,8 +81,8 @@ const UString& Attribute::getNamespaceUri()
 
 Element::Element(const TagTokenRef& startTag)
     : Node(NodeType::Element),
-      tagId(TagId::Unknown),
-      selfClosing(startTag->selfClosing)
+      selfClosing(startTag->selfClosing),
+      tagId(TagId::Unknown)
 {
     name = startTag->name;
     prefix = startTag->prefix;

@@ -53,17 +53,19 @@ public:
     bool isSelfClosing() const;
     const TagTokenRef& getToken() const { return token; }
 
-    // The element's name; empty until asked for when the element was made
-    // from its tag id alone.
-    UString name;
+    // The small fields come first: they fill the room that the node's own
+    // fields leave at their end.
+    bool selfClosing = false;
     TagId tagId;
     std::int32_t reservedFirst = INT_MIN;
     std::int32_t reservedSecond = INT_MIN;
+    TagCategory category = TagCategory::Unclassified;
+    // The element's name; empty until asked for when the element was made
+    // from its tag id alone.
+    UString name;
     AttributeMap attributes;
     UString prefix;
     const UString* namespaceUriCache = nullptr;
-    bool selfClosing = false;
-    TagCategory category = TagCategory::Unclassified;
     // The row the start tag found for its name, if it looked it up: the row
     // a lookup of the name would find as long as the name is the tag's.
     const TagRow* startTagRow = nullptr;

@@ -63,14 +63,16 @@ public:
     // The nearest Document above this node, starting at its parent; null if none.
     Document* getOwnerDocument() const;
 
+    // The small fields stand together, so that no padding lies between them
+    // and the links.
     const NodeType nodeType;
+    NamespaceId namespaceId = NamespaceId::Html;
     Node* previousSibling = nullptr;
     Node* nextSibling = nullptr;
     Node* parent = nullptr;
     NodeList children;
-    bool hiddenFromMarkup = false;
     std::uint32_t imageIndex = 0xFFFFFFFFu;
-    NamespaceId namespaceId = NamespaceId::Html;
+    bool hiddenFromMarkup = false;
 };
 
 // The text of a TextNode or a Comment. The text of a node made during a parse

@@ -38,7 +38,7 @@ public:
     // alive.
     void release() noexcept;
 
-    // A block of at least `bytes` bytes, aligned for any object. Throws
+    // A block of at least `bytes` bytes, aligned to kAlignment. Throws
     // std::bad_alloc. Inline: a parse asks for one per token and node.
     void* allocate(std::size_t bytes)
     {
@@ -61,10 +61,15 @@ public:
     // Takes back a block of `allocate(bytes)`.
     void deallocate(void* block, std::size_t bytes) noexcept;
 
+    // The alignment of every block: that of pointers and 64-bit numbers, the
+    // strictest that the objects of a parse ask for. Blocks are multiples of
+    // it, so that an object of 120 bytes takes 120 and not 128.
+    static constexpr std::size_t kAlignment = 8;
+
 private:
     // Blocks are multiples of the granule; larger requests go to the general
     // allocator.
-    static constexpr std::size_t kGranule = 16;
+    static constexpr std::size_t kGranule = kAlignment;
     static constexpr std::size_t kLargestBlock = 512;
     static constexpr std::size_t kChunkBytes = 64 * 1024;
 
@@ -107,6 +112,7 @@ public:
 
     T* allocate(std::size_t count)
     {
+        static_assert(alignof(T) <= ParseHeap::kAlignment, "the heap's blocks are not aligned for T");
         const std::size_t bytes = count * sizeof(T);
         return static_cast<T*>(heap ? heap->allocate(bytes) : ::operator new(bytes));
     }

@@ -26,7 +26,7 @@ TEST(ParseHeap, BlocksAreDistinctAlignedAndSpanChunks)
         const std::size_t bytes = 1 + (round * 37) % 700;
         void* block = owner.get()->allocate(bytes);
         const auto address = reinterpret_cast<std::uintptr_t>(block);
-        EXPECT_EQ(address % 16, 0u);
+        EXPECT_EQ(address % ParseHeap::kAlignment, 0u);
         EXPECT_TRUE(seen.insert(address).second);
         // Every byte of the block is the caller's.
         std::memset(block, 0xAB, bytes);
@@ -41,12 +41,16 @@ TEST(ParseHeap, AFreedBlockIsTakenAgainBeforeNewMemory)
 {
     ParseHeapOwner owner;
     ParseHeap& heap = *owner.get();
-    void* first = heap.allocate(40);
-    heap.deallocate(first, 40);
-    // The same size class: 33 to 48 bytes.
-    void* second = heap.allocate(48);
+    void* first = heap.allocate(34);
+    heap.deallocate(first, 34);
+    // The same size class: 33 to 40 bytes.
+    void* second = heap.allocate(40);
     EXPECT_EQ(second, first);
-    heap.deallocate(second, 48);
+    heap.deallocate(second, 40);
+    // The next class up is another list.
+    void* larger = heap.allocate(41);
+    EXPECT_NE(larger, first);
+    heap.deallocate(larger, 41);
     // A loop that frees what it made before makes nothing new.
     for (int turn = 0; turn < 1000; ++turn) {
         void* block = heap.allocate(40);
