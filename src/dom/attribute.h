@@ -84,12 +84,12 @@ public:
 
     TextPosition position;
     bool duplicate = false;
+    NamespaceId namespaceId = NamespaceId::None;
+    AttributeId attributeId = AttributeId::Unknown;
     String name;
     String value;
     String prefix;
     const UString* namespaceUriCache = nullptr;
-    NamespaceId namespaceId = NamespaceId::None;
-    AttributeId attributeId = AttributeId::Unknown;
     std::int32_t reservedFirst = INT_MIN;  // nothing reads the two reserved numbers
     std::int32_t reservedSecond = INT_MIN;
     std::int32_t imageIndex = -1;

@@ -81,8 +81,8 @@ const UString& Attribute::getNamespaceUri()
 
 Element::Element(const TagTokenRef& startTag)
     : Node(NodeType::Element),
-      selfClosing(startTag->selfClosing),
-      tagId(TagId::Unknown)
+      tagId(TagId::Unknown),
+      selfClosing(startTag->selfClosing)
 {
     name = startTag->name;
     prefix = startTag->prefix;

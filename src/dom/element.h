@@ -55,11 +55,11 @@ public:
 
     // The small fields come first: they fill the room that the node's own
     // fields leave at their end.
-    bool selfClosing = false;
     TagId tagId;
     std::int32_t reservedFirst = INT_MIN;
     std::int32_t reservedSecond = INT_MIN;
     TagCategory category = TagCategory::Unclassified;
+    bool selfClosing = false;
     // The element's name; empty until asked for when the element was made
     // from its tag id alone.
     UString name;

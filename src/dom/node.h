@@ -67,12 +67,12 @@ public:
     // and the links.
     const NodeType nodeType;
     NamespaceId namespaceId = NamespaceId::Html;
+    bool hiddenFromMarkup = false;
+    std::uint32_t imageIndex = 0xFFFFFFFFu;
     Node* previousSibling = nullptr;
     Node* nextSibling = nullptr;
     Node* parent = nullptr;
     NodeList children;
-    std::uint32_t imageIndex = 0xFFFFFFFFu;
-    bool hiddenFromMarkup = false;
 };
 
 // The text of a TextNode or a Comment. The text of a node made during a parse

@@ -28,7 +28,9 @@ inline bool operator==(const TextPosition& a, const TextPosition& b)
 enum class TagId : std::int32_t;        // rows of the generated tag table
 enum class AttributeId : std::int32_t;  // rows of the generated attribute table
 
-enum class NamespaceId : std::int32_t {
+// The small enumerations take one byte each: every node and element carries
+// some of them.
+enum class NamespaceId : std::int8_t {
     None = -1,
     Html = 0,
     MathMl = 1,
@@ -38,14 +40,14 @@ enum class NamespaceId : std::int32_t {
     Xmlns = 5,
 };
 
-enum class TagCategory : std::int32_t {
+enum class TagCategory : std::int8_t {
     Unclassified = -1,
     Special = 0,
     Formatting = 1,
     Ordinary = 2,
 };
 
-enum class NodeType : std::int32_t {
+enum class NodeType : std::int8_t {
     Marker = -1,
     Element = 1,
     Text = 2,
