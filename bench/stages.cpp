@@ -38,14 +38,14 @@ public:
 
 // Tokenizer and tree constructor over a prepared source, wired and run as the
 // parse driver does; the tidied document comes back.
-std::shared_ptr<Document> buildTree(SourceBuffer& source)
+Ref<Document> buildTree(SourceBuffer& source)
 {
     Tokenizer tokenizer(&source);
     auto treeConstructor = std::make_shared<TreeConstructor>(&source, &tokenizer, source.parseMode);
     tokenizer.treeConstructor = treeConstructor.get();
     tokenizer.addReceiver(treeConstructor);
     while (!tokenizer.atEndOfInput()) tokenizer.step();
-    std::shared_ptr<Document> document = treeConstructor->document;
+    Ref<Document> document = treeConstructor->document;
     liftBodyContent(*document);
     treeConstructor.reset();
     return document;
@@ -194,7 +194,7 @@ public:
 
 private:
     std::shared_ptr<DecodedCorpus> corpus;
-    std::vector<std::shared_ptr<Document>> trees;
+    std::vector<Ref<Document>> trees;
 };
 
 }  // namespace

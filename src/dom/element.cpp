@@ -234,7 +234,7 @@ NodeRef createElementFromToken(const TagTokenRef& startTag, NamespaceId namespac
 {
     if (!startTag || startTag->type != TokenType::StartTag) return nullptr;
     TagId id = startTag->getTagId();
-    std::shared_ptr<Element> element;
+    Ref<Element> element;
     if (id == TagId::Td || id == TagId::Th) {
         element = makeNode<TableCellElement>(heap, startTag);
     } else {

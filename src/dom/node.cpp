@@ -21,6 +21,14 @@ Node::~Node()
     releaseChildren();
 }
 
+void destroyNode(Node* node) noexcept
+{
+    ParseHeap* heap = node->children.heap();
+    const std::size_t bytes = std::size_t{node->blockWords} * ParseHeap::kAlignment;
+    node->~Node();
+    releaseOn(heap, node, bytes);
+}
+
 // A tree can be nested far deeper than the call stack allows, so the subtree is
 // taken apart with an explicit list instead of by recursive destructors: every
 // child whose last reference is ours gives its children to the list before it
@@ -167,7 +175,7 @@ void appendCharacter(char16_t unit, Node* parent, ParseHeap* heap)
         static_cast<CharacterData*>(last)->data.push_back(unit);
         return;
     }
-    auto text = makeSharedOnHeap<TextNode>(heap, unit);
+    auto text = makeNodeOnHeap<TextNode>(heap, unit);
     text->parent = parent;
     linkAsLastChild(std::move(text), parent->children);
 }
@@ -180,16 +188,14 @@ void appendCharacters(const char16_t* units, std::size_t count, Node* parent, Pa
         static_cast<CharacterData*>(last)->data.append(units, count);
         return;
     }
-    // The first unit makes the text node, the others extend it.
-    auto text = makeSharedOnHeap<TextNode>(heap, units[0]);
-    text->data.append(units + 1, count - 1);
+    auto text = makeNodeOnHeap<TextNode>(heap, std::u16string_view(units, count));
     text->parent = parent;
     linkAsLastChild(std::move(text), parent->children);
 }
 
 void insertCharacterBefore(char16_t unit, NodeRef reference, Node* parent, ParseHeap* heap)
 {
-    insertBefore(makeSharedOnHeap<TextNode>(heap, unit), std::move(reference), parent);
+    insertBefore(makeNodeOnHeap<TextNode>(heap, unit), std::move(reference), parent);
 }
 
 NodeRef removeChild(Node* child, Node* parent)

@@ -68,11 +68,17 @@ public:
     const NodeType nodeType;
     NamespaceId namespaceId = NamespaceId::Html;
     bool hiddenFromMarkup = false;
+    // The size of the node's block in units of the heap's alignment, set by
+    // makeNode.
+    std::uint8_t blockWords = 0;
     std::uint32_t imageIndex = 0xFFFFFFFFu;
     Node* previousSibling = nullptr;
     Node* nextSibling = nullptr;
     Node* parent = nullptr;
+    // Draws on the heap the node was made from: destroyNode finds it here.
     NodeList children;
+    // The references to the node (see Ref).
+    std::uint32_t referenceCount = 0;
 };
 
 // The text of a TextNode or a Comment. The text of a node made during a parse
@@ -94,9 +100,14 @@ public:
     CharacterText data;
 
 protected:
-    // Text always begins as one character and grows by appendCharacter.
+    // Text begins as one character or as a run of them, and grows by
+    // appendCharacter.
     CharacterData(NodeType type, char16_t firstUnit, ParseHeap* heap)
         : Node(type), data(1, firstUnit, ParseHeapAllocator<char16_t>(heap))
+    {
+    }
+    CharacterData(NodeType type, std::u16string_view units, ParseHeap* heap)
+        : Node(type), data(units, ParseHeapAllocator<char16_t>(heap))
     {
     }
 };
@@ -108,6 +119,8 @@ public:
         : CharacterData(NodeType::Text, firstUnit, heap)
     {
     }
+    // A text that starts as a whole run of units (at least one).
+    TextNode(std::u16string_view units, ParseHeap* heap) : CharacterData(NodeType::Text, units, heap) {}
     std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
     void writeMarkup(UString& out) override;
 };
@@ -211,14 +224,35 @@ void linkAsLastChild(NodeRef child, List& list)
     list.push_back(std::move(child));
 }
 
-// A node that can hold children, made from the heap when one is given, with
-// its child list drawing on the same heap.
+// A node made from the heap when one is given and from the general allocator
+// otherwise, with its child list drawing on the same heap; its first
+// reference.
 template <typename T, typename... Arguments>
-std::shared_ptr<T> makeNode(ParseHeap* heap, Arguments&&... arguments)
+Ref<T> makeNode(ParseHeap* heap, Arguments&&... arguments)
 {
-    std::shared_ptr<T> node = makeShared<T>(heap, std::forward<Arguments>(arguments)...);
-    if (heap) node->children = NodeList(heap);
-    return node;
+    constexpr std::size_t kWords = sizeof(T) / ParseHeap::kAlignment;
+    static_assert(sizeof(T) % ParseHeap::kAlignment == 0 && kWords <= 0xFF,
+                  "a node's block size is kept in one byte of heap words");
+    void* block = allocateOn(heap, sizeof(T));
+    T* node;
+    try {
+        node = new (block) T(std::forward<Arguments>(arguments)...);
+    } catch (...) {
+        releaseOn(heap, block, sizeof(T));
+        throw;
+    }
+    node->blockWords = static_cast<std::uint8_t>(kWords);
+    node->children = NodeList(heap);
+    node->referenceCount = 1;
+    return Ref<T>::adopt(node);
+}
+
+// A node that keeps its own text on the heap it is made from: the heap goes
+// to its constructor as the last argument as well.
+template <typename T, typename... Arguments>
+Ref<T> makeNodeOnHeap(ParseHeap* heap, Arguments&&... arguments)
+{
+    return makeNode<T>(heap, std::forward<Arguments>(arguments)..., heap);
 }
 
 // The text with &, <, > and U+00A0 written as references, and " too inside an

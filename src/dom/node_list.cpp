@@ -4,26 +4,14 @@
 #include <new>
 #include <utility>
 
+#include "dom/node.h"
+
 namespace Parsers {
 
 namespace {
 
 // Past this many entries a doubling would not fit the 32-bit capacity.
 constexpr std::uint32_t kLargestCapacity = 0x40000000u;
-
-void* allocateBytes(ParseHeap* heap, std::size_t bytes)
-{
-    return heap ? heap->allocate(bytes) : ::operator new(bytes);
-}
-
-void releaseBytes(ParseHeap* heap, void* block, std::size_t bytes) noexcept
-{
-    if (heap) {
-        heap->deallocate(block, bytes);
-    } else {
-        ::operator delete(block);
-    }
-}
 
 }  // namespace
 
@@ -100,7 +88,7 @@ void NodeList::reserveOneMore()
     // Doubling from one: most lists hold a single child.
     const std::uint32_t grownCapacity = capacity == 0 ? 1 : 2 * capacity;
     ParseHeap* source = heap();
-    void* block = allocateBytes(source, arrayBytes(grownCapacity));
+    void* block = allocateOn(source, arrayBytes(grownCapacity));
     auto* grown = new (block) Array{source, size, grownCapacity};
     auto* moved = reinterpret_cast<NodeRef*>(grown + 1);
     NodeRef* present = items();
@@ -108,7 +96,7 @@ void NodeList::reserveOneMore()
         new (moved + index) NodeRef(std::move(present[index]));
         present[index].~NodeRef();
     }
-    if (old) releaseBytes(source, old, arrayBytes(capacity));
+    if (old) releaseOn(source, old, arrayBytes(capacity));
     bits = reinterpret_cast<std::uintptr_t>(grown);
 }
 
@@ -118,7 +106,7 @@ void NodeList::releaseArray() noexcept
     if (!start) return;
     clear();
     ParseHeap* source = start->heap;
-    releaseBytes(source, start, arrayBytes(start->capacity));
+    releaseOn(source, start, arrayBytes(start->capacity));
     bits = emptyOn(source);
 }
 

@@ -1,5 +1,5 @@
-// Memory for the small objects of one parse: tokens, attributes and nodes,
-// each together with its reference count.
+// Memory for the small objects of one parse: tokens and attributes, each
+// together with its reference count, and nodes (see makeNode).
 //
 // A parse makes some hundred thousand of them per megabyte of input and frees
 // them all at its end; through the general allocator that cost a quarter of
@@ -93,6 +93,22 @@ private:
     bool released = false;
 };
 
+// A block from the heap, or from the general allocator when there is none.
+inline void* allocateOn(ParseHeap* heap, std::size_t bytes)
+{
+    return heap ? heap->allocate(bytes) : ::operator new(bytes);
+}
+
+// Gives back a block of allocateOn(heap, bytes).
+inline void releaseOn(ParseHeap* heap, void* block, std::size_t bytes) noexcept
+{
+    if (heap) {
+        heap->deallocate(block, bytes);
+    } else {
+        ::operator delete(block);
+    }
+}
+
 // The allocator that makes std::allocate_shared, or a container, take its
 // blocks from a heap; without a heap, from the general allocator. A container
 // that is given one by move takes its heap along.
@@ -116,14 +132,7 @@ public:
         const std::size_t bytes = count * sizeof(T);
         return static_cast<T*>(heap ? heap->allocate(bytes) : ::operator new(bytes));
     }
-    void deallocate(T* block, std::size_t count) noexcept
-    {
-        if (heap) {
-            heap->deallocate(block, count * sizeof(T));
-        } else {
-            ::operator delete(block);
-        }
-    }
+    void deallocate(T* block, std::size_t count) noexcept { releaseOn(heap, block, count * sizeof(T)); }
 
     template <typename U>
     bool operator==(const ParseHeapAllocator<U>& other) const noexcept
@@ -134,8 +143,9 @@ public:
     ParseHeap* heap = nullptr;
 };
 
-// An object with its reference count in one block: from the heap when there
-// is one, from the general allocator otherwise (objects made outside a parse).
+// A token or an attribute with its reference count in one block: from the
+// heap when there is one, from the general allocator otherwise (objects made
+// outside a parse). Nodes count their references themselves: see makeNode.
 template <typename T, typename... Arguments>
 std::shared_ptr<T> makeShared(ParseHeap* heap, Arguments&&... arguments)
 {

@@ -104,7 +104,7 @@ Document* parseDocumentInMode(SourceBuffer& source, void* input, std::uint32_t s
         while (!tokenizer.atEndOfInput()) tokenizer.step();
     }
 
-    std::shared_ptr<Document> document = treeConstructor->document;
+    Ref<Document> document = treeConstructor->document;
     if (source.parseMode == 2) liftBodyContent(*document);
     source.documents.push_back(document);
     Document* result = document.get();

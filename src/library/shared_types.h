@@ -6,6 +6,8 @@
 #include <memory>
 #include <string>
 
+#include "dom/node_ref.h"
+
 namespace Parsers {
 
 // Text is a string of 16-bit code units in little-endian UTF-16 intent. Nothing
@@ -70,7 +72,7 @@ inline constexpr int kNoTextThrown = 9;
 
 class Node;
 class Token;
-using NodeRef = std::shared_ptr<Node>;
+using NodeRef = Ref<Node>;
 using TokenRef = std::shared_ptr<Token>;
 
 }  // namespace Parsers

@@ -14,6 +14,11 @@ void releaseDecodedText(SourceBuffer& source)
     source.decodedText.shrink_to_fit();
 }
 
+SourceBuffer::SourceBuffer() = default;
+SourceBuffer::~SourceBuffer() = default;
+SourceBuffer::SourceBuffer(SourceBuffer&&) noexcept = default;
+SourceBuffer& SourceBuffer::operator=(SourceBuffer&&) noexcept = default;
+
 void releaseSource(SourceBuffer& source)
 {
     source.documents.clear();

@@ -65,6 +65,12 @@ struct SourceBuffer {
     std::uint32_t parseMode = 1;
     // Keeps the finished document alive after the driver's objects are gone.
     std::vector<NodeRef> documents;
+
+    // Out of line, where the nodes that the documents hold are known.
+    SourceBuffer();
+    ~SourceBuffer();
+    SourceBuffer(SourceBuffer&&) noexcept;
+    SourceBuffer& operator=(SourceBuffer&&) noexcept;
 };
 
 // Releases what the source holds in its order: documents (and with them the

@@ -39,7 +39,7 @@ void ActiveFormattingList::pushElement(NodeRef element)
 
 void ActiveFormattingList::pushMarker()
 {
-    entries.push_back(std::make_shared<MarkerElement>());
+    entries.push_back(makeNode<MarkerElement>(nullptr));
 }
 
 // By tag id only: any element of the tag will do, the newest first.

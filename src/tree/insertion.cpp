@@ -94,7 +94,7 @@ void TreeConstructor::insertCharacter(Node* node, char16_t unit, bool foster)
 void TreeConstructor::insertComment(Node* parent, const TokenRef& token)
 {
     const auto& comment = static_cast<const CommentToken&>(*token);
-    appendChild(makeSharedOnHeap<Comment>(heap(), comment.data), parent);
+    appendChild(makeNodeOnHeap<Comment>(heap(), comment.data), parent);
 }
 
 void TreeConstructor::createHtmlRoot()

@@ -116,7 +116,7 @@ void TreeConstructor::handleDoctypeInInitial(DoctypeToken& token)
     const bool valid = nameIsHtml && (!row || isAllowedPair(*row, token.systemId));
     if (!valid) reportPosition(ParseErrorCode::ErroneousDoctypeInInitial, token.position);
 
-    appendChild(makeShared<DocumentType>(heap(), token.name, token.publicId, token.systemId),
+    appendChild(makeNode<DocumentType>(heap(), token.name, token.publicId, token.systemId),
                 document.get());
 
     if (token.forceQuirks || !nameIsHtml) {

@@ -236,7 +236,7 @@ public:
     void adjustMathmlAttributes(const TokenRef& token);
     void adjustForeignAttributes(const TokenRef& token);
 
-    std::shared_ptr<Document> document;
+    Ref<Document> document;
     SourceBuffer* source;
     Tokenizer* tokenizer;
     InsertionMode insertionMode = InsertionMode::Initial;

@@ -81,7 +81,7 @@ TEST(ElementIdentity, MarkerIsNeverAnElement)
 TEST(ElementAttributes, ElementSharesTheTokensAttributesAndOwnsThem)
 {
     auto token = makeStartTag(u"a", {{u"href", u"x"}, {u"id", u"y"}});
-    auto element = std::make_shared<Element>(token);
+    auto element = makeNode<Element>(nullptr, token);
     ASSERT_EQ(element->attributes.size(), 2u);
     EXPECT_EQ(element->attributes.at(u"href"), token->attributes.at(u"href"));
     EXPECT_EQ(element->attributes.at(u"href")->owner, element.get());
@@ -176,7 +176,7 @@ TEST(ElementSelfClosing, FlagOfTheTokenUntilAChildArrives)
 {
     auto token = makeStartTag(u"br");
     token->selfClosing = true;
-    auto element = std::make_shared<Element>(token);
+    auto element = makeNode<Element>(nullptr, token);
     EXPECT_TRUE(element->isSelfClosing());
     appendChild(makeText(u"x"), element.get());
     EXPECT_FALSE(element->isSelfClosing());
@@ -190,7 +190,7 @@ TEST(ElementSelfClosing, FlagOfTheTokenUntilAChildArrives)
 TEST(ElementSelfClosing, FlagIsTakenWhenTheElementIsMade)
 {
     auto token = makeStartTag(u"br");
-    auto element = std::make_shared<Element>(token);
+    auto element = makeNode<Element>(nullptr, token);
     token->selfClosing = true;
     EXPECT_FALSE(element->isSelfClosing());
 }
@@ -199,33 +199,33 @@ TEST(ElementStartTag, OnlyFormattingElementsKeepTheirTag)
 {
     for (const char16_t* name : {u"a", u"b", u"font", u"nobr", u"u"}) {
         auto token = makeStartTag(name);
-        EXPECT_EQ(std::make_shared<Element>(token)->getToken(), token);
+        EXPECT_EQ(makeNode<Element>(nullptr, token)->getToken(), token);
     }
     for (const char16_t* name : {u"div", u"p", u"table", u"B", u"custom"}) {
-        EXPECT_EQ(std::make_shared<Element>(makeStartTag(name))->getToken(), nullptr)
+        EXPECT_EQ(makeNode<Element>(nullptr, makeStartTag(name))->getToken(), nullptr)
            ;
     }
     auto cell = makeStartTag(u"td", {{u"colspan", u"2"}});
-    EXPECT_EQ(std::make_shared<TableCellElement>(cell)->getToken(), nullptr);
+    EXPECT_EQ(makeNode<TableCellElement>(nullptr, cell)->getToken(), nullptr);
 }
 
 TEST(ElementStartTag, TagIdComesFromTheTagsRowOrFromALookup)
 {
     auto token = makeStartTag(u"div");
     ASSERT_EQ(token->getTagId(), TagId::Div);
-    auto element = std::make_shared<Element>(token);
+    auto element = makeNode<Element>(nullptr, token);
     EXPECT_EQ(element->tagId, TagId::Unknown);
     EXPECT_EQ(element->getTagId(), TagId::Div);
     EXPECT_EQ(element->category, TagCategory::Special);
 
-    auto renamed = std::make_shared<Element>(makeStartTag(u"div"));
+    auto renamed = makeNode<Element>(nullptr, makeStartTag(u"div"));
     renamed->name = u"span";
     EXPECT_EQ(renamed->getTagId(), TagId::Span);
 }
 
-std::shared_ptr<TableCellElement> makeCell(std::initializer_list<Testing::AttributeSpec> attributes)
+Ref<TableCellElement> makeCell(std::initializer_list<Testing::AttributeSpec> attributes)
 {
-    return std::make_shared<TableCellElement>(makeStartTag(u"td", attributes));
+    return makeNode<TableCellElement>(nullptr, makeStartTag(u"td", attributes));
 }
 
 TEST(TableCell, DefaultsWithoutAttributes)
@@ -256,7 +256,7 @@ TEST(TableCell, SpanValueEndsAtFirstZeroUnit)
     UString value = u"12";
     value.push_back(u'\0');
     value += u"x";
-    auto cell = std::make_shared<TableCellElement>(makeStartTag(u"th", {{u"colspan", value}}));
+    auto cell = makeNode<TableCellElement>(nullptr, makeStartTag(u"th", {{u"colspan", value}}));
     EXPECT_EQ(cell->colSpan, 12u);
 }
 

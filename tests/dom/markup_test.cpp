@@ -43,7 +43,7 @@ UString tagged(const UString& name, const UString& content, bool endTag = true)
 
 // An element whose tag id has been looked up, as the tree constructor's
 // stack does for every element it pushes.
-std::shared_ptr<Element> knownElement(const std::u16string& name,
+Ref<Element> knownElement(const std::u16string& name,
                                       std::initializer_list<Testing::AttributeSpec> attributes = {})
 {
     auto element = makeElement(name, attributes);
@@ -98,7 +98,7 @@ TEST(WriteMarkup, XmlDeclarationWithEachPartOrNone)
 TEST(WriteMarkup, DocumentWritesItsChildrenAndSkipsHiddenOnes)
 {
     Document document(2);
-    append(std::make_shared<DocumentType>(u"html", u"", u""), &document);
+    append(makeNode<DocumentType>(nullptr, u"html", u"", u""), &document);
     append(makeComment(u"c"), &document);
     Comment* hidden = append(makeComment(u"hidden"), &document);
     hidden->hiddenFromMarkup = true;
@@ -141,7 +141,7 @@ TEST(WriteMarkup, SelfClosingOnlyWithoutChildren)
 {
     TagTokenRef token = makeStartTag(u"x");
     token->selfClosing = true;
-    auto empty = std::make_shared<Element>(token);
+    auto empty = makeNode<Element>(nullptr, token);
     EXPECT_EQ(empty->markup(), u"<x />");
     append(makeText(u"y"), empty.get());
     EXPECT_EQ(empty->markup(), u"<x>y</x>");
@@ -225,7 +225,7 @@ TEST(WriteMarkup, RawTextParentsOfADetachedTree)
 
 TEST(WriteMarkup, ElementMadeFromItsTagIdIsNamedFromTheTable)
 {
-    auto html = std::make_shared<Element>(TagId::Html, NodeType::Element);
+    auto html = makeNode<Element>(nullptr, TagId::Html, NodeType::Element);
     append(knownElement(u"head"), html.get());
     EXPECT_EQ(html->markup(), u"<html><head></head></html>");
 }

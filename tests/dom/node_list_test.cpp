@@ -12,7 +12,7 @@ namespace {
 
 NodeRef textOf(char16_t unit)
 {
-    return std::make_shared<TextNode>(unit);
+    return makeNode<TextNode>(nullptr, unit);
 }
 
 std::u16string unitsOf(const NodeList& list)

@@ -323,7 +323,7 @@ TEST(DocumentSearch, FindsFirstHtmlAndItsFirstBody)
 {
     Document document(2);
     append(makeComment(u"q"), &document);
-    append(std::make_shared<DocumentType>(u"html", u"", u""), &document);
+    append(makeNode<DocumentType>(nullptr, u"html", u"", u""), &document);
     auto* html = append(makeElement(u"html"), &document);
     append(makeElement(u"html"), &document);
     append(makeText(u"body"), html);
@@ -343,13 +343,13 @@ TEST(DocumentSearch, UpperCaseNamesAreNotHtmlOrBody)
 TEST(DocumentSearch, ElementMadeFromTagIdIsFound)
 {
     Document document(2);
-    auto html = std::make_shared<Element>(TagId::Html, NodeType::Element);
+    auto html = makeNode<Element>(nullptr, TagId::Html, NodeType::Element);
     appendChild(html, &document);
-    appendChild(std::make_shared<Element>(TagId::Body, NodeType::Element), html.get());
+    appendChild(makeNode<Element>(nullptr, TagId::Body, NodeType::Element), html.get());
     EXPECT_EQ(document.getHTMLNode(), html);
     ASSERT_NE(document.getBODYNode(), nullptr);
     // The search caches the id it looked up on an element made from a tag.
-    auto body = std::static_pointer_cast<Element>(document.getBODYNode());
+    auto body = refCast<Element>(document.getBODYNode());
     EXPECT_EQ(body->tagId, TagId::Body);
 }
 
@@ -366,10 +366,10 @@ TEST(DocumentSearch, SearchCachesLookedUpTagId)
 // A chain nested a million deep is released without recursing on its depth.
 TEST(NodeLifetime, DeepChainIsDestroyedWithoutStackOverflow)
 {
-    auto document = std::make_shared<Document>(2);
+    auto document = makeNode<Document>(nullptr, 2);
     Node* parent = document.get();
     for (int depth = 0; depth < 1000000; ++depth) {
-        auto element = std::make_shared<Element>(TagId::Div, NodeType::Element);
+        auto element = makeNode<Element>(nullptr, TagId::Div, NodeType::Element);
         appendChild(element, parent);
         parent = element.get();
     }

@@ -59,36 +59,47 @@ TEST(ParseHeap, AFreedBlockIsTakenAgainBeforeNewMemory)
     }
 }
 
+// An element that says when it is destroyed.
+class WatchedElement : public Element {
+public:
+    explicit WatchedElement(bool& destroyedFlag)
+        : Element(TagId::Unknown, NodeType::Element), destroyed(destroyedFlag)
+    {
+    }
+    ~WatchedElement() override { destroyed = true; }
+
+    bool& destroyed;
+};
+
 TEST(ParseHeap, ObjectsOutliveTheOwnerOfTheirHeap)
 {
-    std::shared_ptr<TextNode> text;
-    std::weak_ptr<Element> watched;
+    Ref<TextNode> text;
+    bool elementDestroyed = false;
     {
         ParseHeapOwner owner;
-        text = makeShared<TextNode>(owner.get(), u'a');
-        auto element = makeShared<Element>(owner.get(), TagId::Unknown, NodeType::Element);
+        text = makeNode<TextNode>(owner.get(), u'a');
+        auto element = makeNode<WatchedElement>(owner.get(), elementDestroyed);
         element->name = u"kept";
-        watched = element;
-        auto parent = makeShared<Element>(owner.get(), TagId::Unknown, NodeType::Element);
+        auto parent = makeNode<Element>(owner.get(), TagId::Unknown, NodeType::Element);
         appendChild(element, parent.get());
         text->data += u"bc";
     }
     // The owner is gone; the objects and their memory are still there.
     EXPECT_EQ(text->data, u"abc");
-    EXPECT_TRUE(watched.expired());
+    EXPECT_TRUE(elementDestroyed);
     text.reset();
 }
 
 TEST(ParseHeap, WithoutAHeapObjectsComeFromTheGeneralAllocator)
 {
-    auto text = makeShared<TextNode>(nullptr, u'x');
+    auto text = makeNode<TextNode>(nullptr, u'x');
     EXPECT_EQ(text->data, u"x");
 }
 
 TEST(ParseHeap, TextNodesOfARunComeFromTheHeapGiven)
 {
     ParseHeapOwner owner;
-    auto parent = makeShared<Element>(owner.get(), TagId::Unknown, NodeType::Element);
+    auto parent = makeNode<Element>(owner.get(), TagId::Unknown, NodeType::Element);
     appendCharacters(u"abc", 3, parent.get(), owner.get());
     appendCharacter(u'd', parent.get(), owner.get());
     ASSERT_EQ(parent->children.size(), 1u);
@@ -98,7 +109,7 @@ TEST(ParseHeap, TextNodesOfARunComeFromTheHeapGiven)
 TEST(ParseHeap, TextsAndCommentsKeepTheirTextOnTheHeapGiven)
 {
     ParseHeapOwner owner;
-    auto parent = makeShared<Element>(owner.get(), TagId::Unknown, NodeType::Element);
+    auto parent = makeNode<Element>(owner.get(), TagId::Unknown, NodeType::Element);
     const std::u16string longText(300, u'x');
     appendCharacters(longText.data(), longText.size(), parent.get(), owner.get());
     insertCharacterBefore(u'y', parent->children[0], parent.get(), owner.get());

@@ -108,7 +108,7 @@ TEST(ImageWriter, EmptyDocumentIsTheHeaderAlone)
 TEST(ImageWriter, DoctypeIsLeftOutWithAllItHolds)
 {
     Document document(2);
-    auto doctype = std::make_shared<DocumentType>(u"html", u"pub", u"sys");
+    auto doctype = makeNode<DocumentType>(nullptr, u"html", u"pub", u"sys");
     appendChild(doctype, &document);
     // A doctype cannot hold children; the tree stays as it is.
     EXPECT_TRUE(doctype->children.empty());
@@ -161,7 +161,7 @@ TEST(ImageWriter, ElementsAttributesDeclarationsAndStringOrder)
 {
     Document document(2);
     append(makeComment(u"c"), &document);
-    append(std::make_shared<DocumentType>(u"html", u"", u""), &document);
+    append(makeNode<DocumentType>(nullptr, u"html", u"", u""), &document);
     auto* root = append(
         makeElement(u"root", {{u"xmlns", u"urn:d"}, {u"p", u"urn:p", u"xmlns"}, {u"id", u""}}),
         &document);
@@ -258,7 +258,7 @@ TEST(ImageWriter, PrefixDeclarationOnItsOwnElement)
 TEST(ImageWriter, ElementMadeFromTagIdHasEmptyName)
 {
     Document document(2);
-    appendChild(std::make_shared<Element>(TagId::Html, NodeType::Element), &document);
+    appendChild(makeNode<Element>(nullptr, TagId::Html, NodeType::Element), &document);
     WrittenImage image = writeImage(document);
     Bytes expected;
     expected.header(1, 0, 84, 1, 84).recordHead(58, 1, 1, 0, 0).u32s({36, 113, 0, A, A, 0, 0, 0, 0}).string(u"");
@@ -421,7 +421,7 @@ TEST(ImageWriter, NamespaceUrisFollowTheNearestDeclaration)
 // declaration that is no longer above its element) is of nodes released
 // before the record is written.
 struct ReleasedTreeCase {
-    std::shared_ptr<Document> document = std::make_shared<Document>(2);
+    Ref<Document> document = makeNode<Document>(nullptr, 2);
     NodeRef held;
 
     ReleasedTreeCase()
@@ -435,10 +435,10 @@ struct ReleasedTreeCase {
         append(makeText(u"inside"), declaring);
         append(makeComment(u"note"), outer);
         auto tag = makeStartTag(u"b", {{u"class", u"x"}, {u"p", u"v", u"p"}});
-        auto* first = append(std::make_shared<Element>(tag), outer);
+        auto* first = append(makeNode<Element>(nullptr, tag), outer);
         append(makeText(u"one"), first);
         held = first->getChildren()[0];
-        auto* again = append(std::make_shared<Element>(tag), document.get());
+        auto* again = append(makeNode<Element>(nullptr, tag), document.get());
         append(makeText(u"two"), again);
         removeChild(prefixed.get(), declaring);
         append(prefixed, again);
@@ -557,7 +557,7 @@ TEST(ImageWriter, DeepChainIsWrittenWithoutRecursion)
     Document document(2);
     Node* parent = &document;
     for (int depth = 0; depth < 1000000; ++depth) {
-        auto element = std::make_shared<Element>(TagId::Div, NodeType::Element);
+        auto element = makeNode<Element>(nullptr, TagId::Div, NodeType::Element);
         appendChild(element, parent);
         parent = element.get();
     }
@@ -573,7 +573,7 @@ TEST(ImageWriter, DeepChainIsWrittenWithoutRecursion)
 TEST(ImageWriter, ConcurrentWritersProduceTheSameImages)
 {
     auto build = [](int seed) {
-        auto document = std::make_shared<Document>(2);
+        auto document = makeNode<Document>(nullptr, 2);
         auto* root = append(makeElement(u"root", {{u"xmlns", u"urn:r"}}), document.get());
         for (int i = 0; i < 300; ++i) {
             std::u16string text(1, static_cast<char16_t>(u'a' + (i * seed) % 26));

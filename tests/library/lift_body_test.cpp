@@ -16,14 +16,14 @@ using Testing::makeText;
 // The shape the tree constructor leaves for a case preserving parse: html made
 // from its tag id, with head and body under it.
 struct Skeleton {
-    std::shared_ptr<Document> document = std::make_shared<Document>(2);
+    Ref<Document> document = makeNode<Document>(nullptr, 2);
     Element* html = nullptr;
     Element* head = nullptr;
     Element* body = nullptr;
 
     Skeleton()
     {
-        auto root = std::make_shared<Element>(TagId::Html, NodeType::Element);
+        auto root = makeNode<Element>(nullptr, TagId::Html, NodeType::Element);
         appendChild(root, document.get());
         html = root.get();
         head = append(makeElement(u"head"), html);
@@ -53,7 +53,7 @@ TEST(LiftBodyContent, NodesBesideHtmlStayInFront)
     Skeleton tree;
     auto comment = makeComment(u"first");
     insertBefore(comment, tree.document->children[0], tree.document.get());
-    appendChild(std::make_shared<DocumentType>(u"html", u"", u""), tree.document.get());
+    appendChild(makeNode<DocumentType>(nullptr, u"html", u"", u""), tree.document.get());
     append(makeElement(u"a"), tree.body);
     append(makeElement(u"b"), tree.body);
     liftBodyContent(*tree.document);
@@ -81,7 +81,7 @@ TEST(LiftBodyContent, FirstTextMergesWithTextBeforeIt)
 
 TEST(LiftBodyContent, ElementNamedHtmlFromATokenCountsAsHtml)
 {
-    auto document = std::make_shared<Document>(2);
+    auto document = makeNode<Document>(nullptr, 2);
     auto* html = append(makeElement(u"html"), document.get());
     auto* body = append(makeElement(u"body"), html);
     append(makeElement(u"div"), body);
@@ -96,14 +96,14 @@ using LiftBodyContentDeathTest = ::testing::Test;
 // through the missing body and the process dies.
 TEST_F(LiftBodyContentDeathTest, DocumentWithoutHtmlFaults)
 {
-    auto document = std::make_shared<Document>(2);
+    auto document = makeNode<Document>(nullptr, 2);
     append(makeElement(u"p"), document.get());
     EXPECT_DEATH(liftBodyContent(*document), "");
 }
 
 TEST_F(LiftBodyContentDeathTest, HtmlWithoutBodyFaults)
 {
-    auto document = std::make_shared<Document>(2);
+    auto document = makeNode<Document>(nullptr, 2);
     auto* html = append(makeElement(u"html"), document.get());
     append(makeElement(u"head"), html);
     append(makeElement(u"p"), html);
@@ -112,9 +112,9 @@ TEST_F(LiftBodyContentDeathTest, HtmlWithoutBodyFaults)
 
 TEST_F(LiftBodyContentDeathTest, CommentOrDoctypeIsNeverTakenForHtml)
 {
-    auto document = std::make_shared<Document>(2);
+    auto document = makeNode<Document>(nullptr, 2);
     append(makeComment(u"q"), document.get());
-    appendChild(std::make_shared<DocumentType>(u"html", u"", u""), document.get());
+    appendChild(makeNode<DocumentType>(nullptr, u"html", u"", u""), document.get());
     EXPECT_DEATH(liftBodyContent(*document), "");
 }
 

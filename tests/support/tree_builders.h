@@ -44,28 +44,28 @@ inline TagTokenRef makeStartTag(const std::u16string& name,
 }
 
 // An element made from a start tag, as the tree constructor makes them.
-inline std::shared_ptr<Element> makeElement(const std::u16string& name,
+inline Ref<Element> makeElement(const std::u16string& name,
                                             std::initializer_list<AttributeSpec> attributes = {},
                                             const std::u16string& prefix = u"")
 {
-    return std::make_shared<Element>(makeStartTag(name, attributes, prefix));
+    return makeNode<Element>(nullptr, makeStartTag(name, attributes, prefix));
 }
 
-inline std::shared_ptr<TextNode> makeText(const std::u16string& text)
+inline Ref<TextNode> makeText(const std::u16string& text)
 {
-    auto node = std::make_shared<TextNode>(text.empty() ? u'\0' : text[0]);
+    auto node = makeNode<TextNode>(nullptr, text.empty() ? u'\0' : text[0]);
     node->data = text;
     return node;
 }
 
-inline std::shared_ptr<Comment> makeComment(const std::u16string& text)
+inline Ref<Comment> makeComment(const std::u16string& text)
 {
-    return std::make_shared<Comment>(text);
+    return makeNode<Comment>(nullptr, text);
 }
 
 // Appends child to parent and returns the child, for chains in tests.
 template <typename NodeClass>
-NodeClass* append(const std::shared_ptr<NodeClass>& child, Node* parent)
+NodeClass* append(const Ref<NodeClass>& child, Node* parent)
 {
     appendChild(child, parent);
     return child.get();

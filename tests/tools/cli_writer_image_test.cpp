@@ -89,7 +89,7 @@ void buildDocument(Document& document)
                        div);
     append(makeElement(u"use", {{u"href", u"#a", u"xlink"}}), svg);
     append(makeElement(u"Foo", {{u"data-k", u""}}), div);
-    append(std::make_shared<Element>(static_cast<TagId>(kParagraphTag), NodeType::Element), div);
+    append(makeNode<Element>(nullptr, static_cast<TagId>(kParagraphTag), NodeType::Element), div);
     append(makeText(u"end"), &document);
 }
 

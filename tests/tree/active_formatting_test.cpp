@@ -174,7 +174,7 @@ protected:
     }
     TreeConstructor& tree() { return *feed.constructor; }
     // An element as a formatting start tag makes it: placed, pushed, listed.
-    std::shared_ptr<Element> format(const std::u16string& name,
+    Ref<Element> format(const std::u16string& name,
                                     std::initializer_list<AttributeSpec> attributes = {})
     {
         auto element = makeElement(name, attributes);

@@ -18,7 +18,7 @@ using Testing::TreeFeed;
 using Testing::TreeRun;
 
 // An element as case preserving parsing makes them: without namespace.
-std::shared_ptr<Element> plain(const std::u16string& name)
+Ref<Element> plain(const std::u16string& name)
 {
     auto element = makeElement(name);
     element->namespaceId = NamespaceId::None;
@@ -29,7 +29,7 @@ class InsertionTest : public ::testing::Test {
 protected:
     TreeConstructor& tree() { return *feed.constructor; }
     // An element placed under `parent` and pushed.
-    std::shared_ptr<Element> open(const std::u16string& name, Node* parent)
+    Ref<Element> open(const std::u16string& name, Node* parent)
     {
         auto element = plain(name);
         appendChild(element, parent);

@@ -15,7 +15,7 @@ using Testing::TreeFeed;
 class OpenElementStackTest : public ::testing::Test {
 protected:
     // Pushes an element with the given name (no parent needed here).
-    std::shared_ptr<Element> push(const std::u16string& name,
+    Ref<Element> push(const std::u16string& name,
                                   NamespaceId namespaceId = NamespaceId::None)
     {
         auto element = makeElement(name);
