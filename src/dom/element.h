@@ -52,6 +52,8 @@ public:
     const UString& findNamespaceUri(const UString& wantedPrefix);
     bool isSelfClosing() const;
     const TagTokenRef& getToken() const { return token; }
+    // Lets go of the start tag once no new element will be made from it.
+    void releaseStartTag() { token.reset(); }
 
     // The small fields come first: they fill the room that the node's own
     // fields leave at their end.
@@ -60,6 +62,9 @@ public:
     std::int32_t reservedSecond = INT_MIN;
     TagCategory category = TagCategory::Unclassified;
     bool selfClosing = false;
+    // True while the element is an entry of the list of active formatting
+    // elements, the one place that makes new elements from its start tag.
+    bool inFormattingList = false;
     // The element's name; empty until asked for when the element was made
     // from its tag id alone.
     UString name;

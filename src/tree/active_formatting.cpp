@@ -18,6 +18,15 @@ std::size_t regionStart(const std::vector<NodeRef>& entries)
     return 0;
 }
 
+// An entry leaves the list: an element lets go of its start tag.
+void releaseLeavingEntry(Node& entry)
+{
+    if (isFormattingMarker(entry)) return;
+    auto& element = static_cast<Element&>(entry);
+    element.inFormattingList = false;
+    element.releaseStartTag();
+}
+
 }  // namespace
 
 // At most three equal elements stand behind the last marker: a fourth pushes
@@ -33,7 +42,11 @@ void ActiveFormattingList::pushElement(NodeRef element)
         if (equalCount == 0) oldestEqual = position;
         ++equalCount;
     }
-    if (equalCount == 3) entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(oldestEqual));
+    if (equalCount == 3) {
+        releaseLeavingEntry(*entries[oldestEqual]);
+        entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(oldestEqual));
+    }
+    static_cast<Element&>(*element).inFormattingList = true;
     entries.push_back(std::move(element));
 }
 
@@ -57,6 +70,7 @@ void ActiveFormattingList::removeElement(const Node* element)
 {
     for (std::size_t position = 0; position < entries.size(); ++position) {
         if (entries[position].get() == element) {
+            releaseLeavingEntry(*entries[position]);
             entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(position));
             return;
         }
@@ -69,6 +83,8 @@ std::size_t ActiveFormattingList::replaceElement(const Node* element, NodeRef re
 {
     for (std::size_t position = 0; position < entries.size(); ++position) {
         if (entries[position].get() == element) {
+            releaseLeavingEntry(*entries[position]);
+            static_cast<Element&>(*replacement).inFormattingList = true;
             entries[position] = std::move(replacement);
             return position;
         }
@@ -81,6 +97,7 @@ void ActiveFormattingList::clearToLastMarker()
 {
     while (!entries.empty()) {
         const bool wasMarker = isFormattingMarker(*entries.back());
+        releaseLeavingEntry(*entries.back());
         entries.pop_back();
         if (wasMarker) return;
     }

@@ -4,6 +4,12 @@
 // elements, so that membership in both is a question of identity, and marker
 // entries of its own that fence off the formatting of a cell, caption or
 // object from what lies outside it.
+//
+// New elements are made from the start tags of entries only, and only a new
+// element is ever pushed: an element that leaves the list, or that leaves the
+// stack of open elements without being an entry, never needs its start tag
+// again and gives it up. The tags of the formatting elements of a whole
+// document would otherwise stay until the end of the parse.
 #pragma once
 
 #include <cstddef>

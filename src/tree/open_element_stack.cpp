@@ -60,6 +60,14 @@ bool isTableEntry(const NodeRef& entry)
     return tagOf(entry) == TagId::Table;
 }
 
+// An element leaves the stack: unless the list of active formatting elements
+// holds it, nothing will make a new element from its start tag.
+void releaseClosedStartTag(const NodeRef& entry)
+{
+    auto& element = static_cast<Element&>(*entry);
+    if (!element.inFormattingList) element.releaseStartTag();
+}
+
 }  // namespace
 
 void TreeConstructor::updateCaches()
@@ -89,6 +97,7 @@ NodeRef TreeConstructor::popOpenElement()
     if (openElements.empty()) return nullptr;
     NodeRef popped = std::move(openElements.back());
     openElements.pop_back();
+    releaseClosedStartTag(popped);
     if (!tablePositions.empty() && tablePositions.back() == openElements.size()) {
         tablePositions.pop_back();
     }
@@ -110,6 +119,9 @@ void TreeConstructor::popToDepth(std::size_t count)
 {
     // A depth above the size asks for nothing to go.
     if (count > openElements.size()) return;
+    for (std::size_t position = count; position < openElements.size(); ++position) {
+        releaseClosedStartTag(openElements[position]);
+    }
     openElements.resize(count);
     while (!tablePositions.empty() && tablePositions.back() >= count) tablePositions.pop_back();
     updateCaches();
@@ -148,6 +160,7 @@ void TreeConstructor::insertIntoOpenElements(std::size_t position, NodeRef eleme
 
 void TreeConstructor::eraseOpenElement(std::size_t position)
 {
+    releaseClosedStartTag(openElements[position]);
     openElements.erase(openElements.begin() + static_cast<std::ptrdiff_t>(position));
     std::vector<std::size_t> kept;
     for (std::size_t tablePosition : tablePositions) {

@@ -54,6 +54,45 @@ TEST(ActiveFormattingList, FourthEqualElementPushesOutTheOldestOfThree)
     EXPECT_EQ(describe(list), "| i b b b b |");
 }
 
+TEST(ActiveFormattingList, ElementsLeavingTheListGiveUpTheirStartTags)
+{
+    ActiveFormattingList list;
+    auto pushedOut = makeElement(u"b");
+    auto removed = makeElement(u"i");
+    auto replaced = makeElement(u"u");
+    auto cleared = makeElement(u"s");
+    auto kept = makeElement(u"em");
+    // Their tag ids are looked up, as the tree constructor's elements' are:
+    // the list compares the ids that elements hold.
+    for (const auto& element : {pushedOut, removed, replaced, cleared, kept}) {
+        element->getTagId();
+        ASSERT_NE(element->getToken(), nullptr);
+    }
+    list.pushElement(pushedOut);
+    list.pushElement(removed);
+    list.pushElement(replaced);
+    list.pushElement(kept);
+    for (int i = 0; i < 3; ++i) {
+        auto another = makeElement(u"b");
+        another->getTagId();
+        list.pushElement(another);
+    }
+    list.removeElement(removed.get());
+    auto replacement = makeElement(u"u");
+    replacement->getTagId();
+    list.replaceElement(replaced.get(), replacement);
+    list.pushMarker();
+    list.pushElement(cleared);
+    list.clearToLastMarker();
+    EXPECT_EQ(describe(list), "u em b b b");
+    EXPECT_EQ(pushedOut->getToken(), nullptr);
+    EXPECT_EQ(removed->getToken(), nullptr);
+    EXPECT_EQ(replaced->getToken(), nullptr);
+    EXPECT_EQ(cleared->getToken(), nullptr);
+    EXPECT_NE(kept->getToken(), nullptr);
+    EXPECT_NE(replacement->getToken(), nullptr);
+}
+
 TEST(ActiveFormattingList, EqualElementsOnBothSidesOfAMarkerDoNotCountTogether)
 {
     ActiveFormattingList list;
@@ -203,6 +242,7 @@ TEST_F(Reconstruction, ClosedEntriesComeBackAsNewElementsOfTheirTokens)
 {
     auto b = format(u"b", {{u"class", u"x"}});
     auto i = format(u"i");
+    const TagTokenRef bTag = b->getToken();
     tree().popToDepth(3);
     tree().pushOpenElement(makeElement(u"div"));
     appendChild(tree().currentNode, tree().openElements[2].get());
@@ -212,7 +252,9 @@ TEST_F(Reconstruction, ClosedEntriesComeBackAsNewElementsOfTheirTokens)
     const NodeRef& newB = tree().activeFormatting.entries[0];
     EXPECT_NE(newB, b);
     EXPECT_EQ(tree().openElements[4], newB);
-    EXPECT_EQ(static_cast<Element&>(*newB).getToken(), b->getToken());
+    EXPECT_EQ(static_cast<Element&>(*newB).getToken(), bTag);
+    // The closed element left the list and gave up its tag.
+    EXPECT_EQ(b->getToken(), nullptr);
     EXPECT_EQ(newB->namespaceId, NamespaceId::Html);
     EXPECT_EQ(feed.tree(),
               "<(html)> ns=0\n"

@@ -61,6 +61,32 @@ TEST_F(OpenElementStackTest, PopOfTheLastEntryEmptiesBothCaches)
     EXPECT_TRUE(tree().openElements.empty());
 }
 
+TEST_F(OpenElementStackTest, ElementsLeavingTheStackOutsideTheFormattingListGiveUpTheirTags)
+{
+    auto open = push(u"s");
+    auto listed = push(u"b");
+    tree().activeFormatting.pushElement(listed);
+    auto erased = push(u"i");
+    auto cut = push(u"em");
+    auto popped = push(u"u");
+    for (const auto& element : {open, listed, erased, cut, popped}) {
+        ASSERT_NE(element->getToken(), nullptr);
+    }
+    tree().removeOpenElement(erased.get());
+    EXPECT_EQ(erased->getToken(), nullptr);
+    EXPECT_EQ(tree().popOpenElement(), popped);
+    EXPECT_EQ(popped->getToken(), nullptr);
+    tree().popToDepth(1);
+    EXPECT_EQ(stack(), "s");
+    EXPECT_EQ(cut->getToken(), nullptr);
+    // The entry of the list keeps its tag while it is one, open or not.
+    EXPECT_NE(listed->getToken(), nullptr);
+    tree().activeFormatting.removeElement(listed.get());
+    EXPECT_EQ(listed->getToken(), nullptr);
+    // The element that never left the stack keeps its tag.
+    EXPECT_NE(open->getToken(), nullptr);
+}
+
 TEST_F(OpenElementStackTest, TableWithAnUppercaseNameIsNoTable)
 {
     push(u"TABLE");
