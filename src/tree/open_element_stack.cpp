@@ -64,6 +64,7 @@ bool isTableEntry(const NodeRef& entry)
 // holds it, nothing will make a new element from its start tag.
 void releaseClosedStartTag(const NodeRef& entry)
 {
+    if (entry->nodeType != NodeType::Element) return;
     auto& element = static_cast<Element&>(*entry);
     if (!element.inFormattingList) element.releaseStartTag();
 }

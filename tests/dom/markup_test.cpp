@@ -44,7 +44,7 @@ UString tagged(const UString& name, const UString& content, bool endTag = true)
 // An element whose tag id has been looked up, as the tree constructor's
 // stack does for every element it pushes.
 Ref<Element> knownElement(const std::u16string& name,
-                                      std::initializer_list<Testing::AttributeSpec> attributes = {})
+                          std::initializer_list<Testing::AttributeSpec> attributes = {})
 {
     auto element = makeElement(name, attributes);
     element->getTagId();

@@ -45,8 +45,8 @@ inline TagTokenRef makeStartTag(const std::u16string& name,
 
 // An element made from a start tag, as the tree constructor makes them.
 inline Ref<Element> makeElement(const std::u16string& name,
-                                            std::initializer_list<AttributeSpec> attributes = {},
-                                            const std::u16string& prefix = u"")
+                                std::initializer_list<AttributeSpec> attributes = {},
+                                const std::u16string& prefix = u"")
 {
     return makeNode<Element>(nullptr, makeStartTag(name, attributes, prefix));
 }

@@ -214,7 +214,7 @@ protected:
     TreeConstructor& tree() { return *feed.constructor; }
     // An element as a formatting start tag makes it: placed, pushed, listed.
     Ref<Element> format(const std::u16string& name,
-                                    std::initializer_list<AttributeSpec> attributes = {})
+                        std::initializer_list<AttributeSpec> attributes = {})
     {
         auto element = makeElement(name, attributes);
         appendChild(element, tree().currentNode.get());

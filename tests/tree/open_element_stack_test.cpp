@@ -16,7 +16,7 @@ class OpenElementStackTest : public ::testing::Test {
 protected:
     // Pushes an element with the given name (no parent needed here).
     Ref<Element> push(const std::u16string& name,
-                                  NamespaceId namespaceId = NamespaceId::None)
+                      NamespaceId namespaceId = NamespaceId::None)
     {
         auto element = makeElement(name);
         element->namespaceId = namespaceId;
