@@ -79,6 +79,19 @@ const UString& Attribute::getNamespaceUri()
     return uri;
 }
 
+ElementPrefix& ElementPrefix::operator=(const UString& value)
+{
+    if (value.empty()) {
+        delete text;
+        text = nullptr;
+    } else if (text) {
+        *text = value;
+    } else {
+        text = new UString(value);
+    }
+    return *this;
+}
+
 Element::Element(const TagTokenRef& startTag)
     : Node(NodeType::Element),
       tagId(TagId::Unknown),

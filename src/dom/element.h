@@ -15,6 +15,30 @@
 
 namespace Parsers {
 
+// An element's namespace prefix. Nearly every element has none, and an empty
+// prefix is a null pointer instead of a text of its own.
+class ElementPrefix {
+public:
+    ElementPrefix() = default;
+    ElementPrefix(const ElementPrefix&) = delete;
+    ElementPrefix& operator=(const ElementPrefix&) = delete;
+    ~ElementPrefix() { delete text; }
+
+    ElementPrefix& operator=(const UString& value);
+    bool empty() const { return text == nullptr; }
+    const UString& str() const { return text ? *text : sharedEmptyString(); }
+    operator const UString&() const { return str(); }
+    operator std::u16string_view() const { return str(); }
+
+private:
+    UString* text = nullptr;
+};
+
+inline bool operator==(const ElementPrefix& prefix, std::u16string_view other)
+{
+    return std::u16string_view(prefix) == other;
+}
+
 class Element : public Node {
 public:
     // An element known by its tag id alone: its name stays empty until someone
@@ -69,7 +93,7 @@ public:
     // from its tag id alone.
     UString name;
     AttributeMap attributes;
-    UString prefix;
+    ElementPrefix prefix;
     const UString* namespaceUriCache = nullptr;
     // The row the start tag found for its name, if it looked it up: the row
     // a lookup of the name would find as long as the name is the tag's.

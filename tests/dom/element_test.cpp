@@ -24,6 +24,23 @@ TEST(ElementIdentity, ElementFromTokenTakesNameAndPrefixAndLooksUpLater)
     EXPECT_EQ(element->category, TagCategory::Unclassified);
 }
 
+TEST(ElementIdentity, PrefixIsEmptyUntilGivenAndEmptyAgainWhenCleared)
+{
+    ElementPrefix prefix;
+    EXPECT_TRUE(prefix.empty());
+    EXPECT_EQ(&prefix.str(), &sharedEmptyString());
+    prefix = u"svg";
+    EXPECT_FALSE(prefix.empty());
+    EXPECT_EQ(prefix.str(), u"svg");
+    EXPECT_EQ(std::u16string_view(prefix), u"svg");
+    prefix = u"xlink";
+    EXPECT_EQ(prefix, u"xlink");
+    prefix = u"";
+    EXPECT_TRUE(prefix.empty());
+    EXPECT_EQ(&prefix.str(), &sharedEmptyString());
+    EXPECT_EQ(makeElement(u"rect")->prefix.str(), u"");
+}
+
 TEST(ElementIdentity, UnknownNameIsLookedUpAgainEachTime)
 {
     auto element = makeElement(u"myWidget");
