@@ -1,5 +1,7 @@
 #include "dom/element.h"
 
+#include <vector>
+
 namespace Parsers {
 
 const UString& sharedEmptyString()
@@ -9,6 +11,22 @@ const UString& sharedEmptyString()
 }
 
 namespace {
+
+// A text of the tag name list as a UString that lives as long as the program;
+// the shared empty string for a row outside the list. Made once, at the
+// first call, and constant from then on.
+const UString& tagNameString(std::int32_t row)
+{
+    static const std::vector<UString> texts = [] {
+        std::vector<UString> made(kTagNameListSize);
+        for (std::int32_t index = 0; index < kTagNameListSize; ++index) {
+            if (const char16_t* text = tagNameText(index)) made[index] = text;
+        }
+        return made;
+    }();
+    if (row < 0 || row >= kTagNameListSize) return sharedEmptyString();
+    return texts[row];
+}
 
 const char16_t kXmlns[] = u"xmlns";
 const char16_t kEncoding[] = u"encoding";
@@ -79,17 +97,28 @@ const UString& Attribute::getNamespaceUri()
     return uri;
 }
 
-ElementPrefix& ElementPrefix::operator=(const UString& value)
+CompactText& CompactText::operator=(const UString& value)
 {
     if (value.empty()) {
-        delete text;
-        text = nullptr;
-    } else if (text) {
-        *text = value;
+        release();
+    } else if ((bits & kOwned) != 0) {
+        *address() = value;
     } else {
-        text = new UString(value);
+        bits = reinterpret_cast<std::uintptr_t>(new UString(value)) | kOwned;
     }
     return *this;
+}
+
+void CompactText::refer(const UString& constant)
+{
+    release();
+    if (!constant.empty()) bits = reinterpret_cast<std::uintptr_t>(&constant);
+}
+
+void CompactText::release() noexcept
+{
+    if ((bits & kOwned) != 0) delete address();
+    bits = 0;
 }
 
 Element::Element(const TagTokenRef& startTag)
@@ -97,11 +126,18 @@ Element::Element(const TagTokenRef& startTag)
       tagId(TagId::Unknown),
       selfClosing(startTag->selfClosing)
 {
-    name = startTag->name;
     prefix = startTag->prefix;
     if (startTag->getTagId() != TagId::Unknown) {
         startTagRow = startTag->tagEntry;
         if (startTagRow->category == TagCategory::Formatting) token = startTag;
+    }
+    // A name as the list writes it is kept as the list's text.
+    const UString& listed =
+        startTagRow ? tagNameString(static_cast<std::int32_t>(startTagRow->id)) : sharedEmptyString();
+    if (!listed.empty() && listed == startTag->name) {
+        name.refer(listed);
+    } else {
+        name = startTag->name;
     }
     for (const auto& entry : startTag->attributes) entry.second->owner = this;
     attributes = startTag->attributes;
@@ -142,10 +178,7 @@ TagCategory Element::getCategory()
 
 const UString& Element::getNodeName()
 {
-    if (name.empty() && tagId != TagId::Unknown) {
-        const char16_t* text = tagNameText(static_cast<std::int32_t>(tagId));
-        if (text) name = text;
-    }
+    if (name.empty() && tagId != TagId::Unknown) name.refer(tagNameString(static_cast<std::int32_t>(tagId)));
     return name;
 }
 

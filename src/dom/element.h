@@ -15,28 +15,41 @@
 
 namespace Parsers {
 
-// An element's namespace prefix. Nearly every element has none, and an empty
-// prefix is a null pointer instead of a text of its own.
-class ElementPrefix {
+// A text that an element holds as its name or prefix, one pointer wide where
+// a UString takes 32 bytes: empty as a null pointer, a name of the tag name
+// list by the address of that constant text, any other text as a copy of its
+// own. Most elements have no prefix and a name of the list.
+class CompactText {
 public:
-    ElementPrefix() = default;
-    ElementPrefix(const ElementPrefix&) = delete;
-    ElementPrefix& operator=(const ElementPrefix&) = delete;
-    ~ElementPrefix() { delete text; }
+    CompactText() = default;
+    CompactText(const CompactText&) = delete;
+    CompactText& operator=(const CompactText&) = delete;
+    ~CompactText() { release(); }
 
-    ElementPrefix& operator=(const UString& value);
-    bool empty() const { return text == nullptr; }
-    const UString& str() const { return text ? *text : sharedEmptyString(); }
+    // Keeps a copy of the value; nothing for an empty one.
+    CompactText& operator=(const UString& value);
+    // Keeps the address of a text that outlives every element.
+    void refer(const UString& constant);
+    bool empty() const { return bits == 0; }
+    const UString& str() const { return bits != 0 ? *address() : sharedEmptyString(); }
+    const char16_t* data() const { return str().data(); }
+    std::size_t size() const { return str().size(); }
     operator const UString&() const { return str(); }
     operator std::u16string_view() const { return str(); }
 
 private:
-    UString* text = nullptr;
+    // Set in the address of a copy of the element's own.
+    static constexpr std::uintptr_t kOwned = 1;
+
+    UString* address() const { return reinterpret_cast<UString*>(bits & ~kOwned); }
+    void release() noexcept;
+
+    std::uintptr_t bits = 0;
 };
 
-inline bool operator==(const ElementPrefix& prefix, std::u16string_view other)
+inline bool operator==(const CompactText& text, std::u16string_view other)
 {
-    return std::u16string_view(prefix) == other;
+    return std::u16string_view(text) == other;
 }
 
 class Element : public Node {
@@ -91,9 +104,9 @@ public:
     bool inFormattingList = false;
     // The element's name; empty until asked for when the element was made
     // from its tag id alone.
-    UString name;
+    CompactText name;
     AttributeMap attributes;
-    ElementPrefix prefix;
+    CompactText prefix;
     const UString* namespaceUriCache = nullptr;
     // The row the start tag found for its name, if it looked it up: the row
     // a lookup of the name would find as long as the name is the tag's.

@@ -24,20 +24,42 @@ TEST(ElementIdentity, ElementFromTokenTakesNameAndPrefixAndLooksUpLater)
     EXPECT_EQ(element->category, TagCategory::Unclassified);
 }
 
-TEST(ElementIdentity, PrefixIsEmptyUntilGivenAndEmptyAgainWhenCleared)
+TEST(ElementIdentity, CompactTextIsEmptyUntilGivenAndEmptyAgainWhenCleared)
 {
-    ElementPrefix prefix;
-    EXPECT_TRUE(prefix.empty());
-    EXPECT_EQ(&prefix.str(), &sharedEmptyString());
-    prefix = u"svg";
-    EXPECT_FALSE(prefix.empty());
-    EXPECT_EQ(prefix.str(), u"svg");
-    EXPECT_EQ(std::u16string_view(prefix), u"svg");
-    prefix = u"xlink";
-    EXPECT_EQ(prefix, u"xlink");
-    prefix = u"";
-    EXPECT_TRUE(prefix.empty());
-    EXPECT_EQ(&prefix.str(), &sharedEmptyString());
+    CompactText text;
+    EXPECT_TRUE(text.empty());
+    EXPECT_EQ(&text.str(), &sharedEmptyString());
+    text = u"svg";
+    EXPECT_FALSE(text.empty());
+    EXPECT_EQ(text.str(), u"svg");
+    EXPECT_EQ(std::u16string_view(text), u"svg");
+    text = u"xlink";
+    EXPECT_EQ(text, u"xlink");
+    EXPECT_EQ(text.size(), 5u);
+    text = u"";
+    EXPECT_TRUE(text.empty());
+    EXPECT_EQ(&text.str(), &sharedEmptyString());
+    const UString constant = u"kept";
+    text.refer(constant);
+    EXPECT_EQ(&text.str(), &constant);
+    text = u"copied";
+    EXPECT_EQ(constant, u"kept");
+    EXPECT_EQ(text, u"copied");
+    text.refer(UString());
+    EXPECT_TRUE(text.empty());
+}
+
+TEST(ElementIdentity, NamesOfTheListAreSharedAndOtherNamesCopied)
+{
+    auto first = makeElement(u"div");
+    auto second = makeElement(u"div");
+    EXPECT_EQ(first->name, u"div");
+    EXPECT_EQ(&first->name.str(), &second->name.str());
+    auto upper = makeElement(u"DIV");
+    auto custom = makeElement(u"my-element");
+    EXPECT_EQ(upper->name, u"DIV");
+    EXPECT_EQ(custom->name, u"my-element");
+    EXPECT_NE(&upper->name.str(), &makeElement(u"DIV")->name.str());
     EXPECT_EQ(makeElement(u"rect")->prefix.str(), u"");
 }
 
