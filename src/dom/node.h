@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "dom/binary_serializable.h"
+#include "dom/character_text.h"
 #include "dom/node_list.h"
 #include "dom/parse_heap.h"
 #include "library/shared_types.h"
@@ -81,18 +82,12 @@ public:
     std::uint32_t referenceCount = 0;
 };
 
-// The text of a TextNode or a Comment. The text of a node made during a parse
-// lives on the parse's heap, as the node does: texts are the commonest blocks
-// of a parse after the nodes, and each goes when its node goes.
-using CharacterText =
-    std::basic_string<char16_t, std::char_traits<char16_t>, ParseHeapAllocator<char16_t>>;
-
 // A node that carries text: a TextNode or a Comment.
 class CharacterData : public Node {
 public:
     // Comments start from a whole text.
     CharacterData(std::u16string_view text, ParseHeap* heap)
-        : Node(NodeType::Comment), data(text, ParseHeapAllocator<char16_t>(heap))
+        : Node(NodeType::Comment), data(text, heap)
     {
     }
     void writeMarkup(UString& out) override = 0;
@@ -103,11 +98,11 @@ protected:
     // Text begins as one character or as a run of them, and grows by
     // appendCharacter.
     CharacterData(NodeType type, char16_t firstUnit, ParseHeap* heap)
-        : Node(type), data(1, firstUnit, ParseHeapAllocator<char16_t>(heap))
+        : Node(type), data(std::u16string_view(&firstUnit, 1), heap)
     {
     }
     CharacterData(NodeType type, std::u16string_view units, ParseHeap* heap)
-        : Node(type), data(units, ParseHeapAllocator<char16_t>(heap))
+        : Node(type), data(units, heap)
     {
     }
 };

@@ -115,15 +115,15 @@ TEST(ParseHeap, TextsAndCommentsKeepTheirTextOnTheHeapGiven)
     insertCharacterBefore(u'y', parent->children[0], parent.get(), owner.get());
     ASSERT_EQ(parent->children.size(), 2u);
     for (const NodeRef& child : parent->children) {
-        EXPECT_EQ(static_cast<TextNode&>(*child).data.get_allocator().heap, owner.get());
+        EXPECT_EQ(static_cast<TextNode&>(*child).data.heap(), owner.get());
     }
     EXPECT_EQ(static_cast<TextNode&>(*parent->children[1]).data.size(), 300u);
 
     Comment onHeap(u"note", owner.get());
     EXPECT_EQ(onHeap.data, u"note");
-    EXPECT_EQ(onHeap.data.get_allocator().heap, owner.get());
-    EXPECT_EQ(Comment(u"note").data.get_allocator().heap, nullptr);
-    EXPECT_EQ(TextNode(u'a').data.get_allocator().heap, nullptr);
+    EXPECT_EQ(onHeap.data.heap(), owner.get());
+    EXPECT_EQ(Comment(u"note").data.heap(), nullptr);
+    EXPECT_EQ(TextNode(u'a').data.heap(), nullptr);
 }
 
 TEST(ParseHeap, NodesDrawTheirChildListsFromTheirHeap)
