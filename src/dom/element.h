@@ -40,6 +40,7 @@ public:
 private:
     // Set in the address of a copy of the element's own.
     static constexpr std::uintptr_t kOwned = 1;
+    static_assert(alignof(UString) > kOwned, "the lowest bit of a text's address is free");
 
     UString* address() const { return reinterpret_cast<UString*>(bits & ~kOwned); }
     void release() noexcept;

@@ -11,7 +11,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
-#include <memory>
 
 #include "dom/parse_heap.h"
 #include "library/shared_types.h"

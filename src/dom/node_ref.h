@@ -106,9 +106,8 @@ bool operator==(const Ref<T>& a, std::nullptr_t) noexcept
 template <typename T, typename U>
 Ref<T> refCast(const Ref<U>& from) noexcept
 {
-    T* node = static_cast<T*>(from.get());
-    if (node) ++node->referenceCount;
-    return Ref<T>::adopt(node);
+    Ref<U> copy = from;
+    return Ref<T>::adopt(static_cast<T*>(copy.giveUp()));
 }
 
 }  // namespace Parsers

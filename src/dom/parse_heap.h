@@ -129,8 +129,7 @@ public:
     T* allocate(std::size_t count)
     {
         static_assert(alignof(T) <= ParseHeap::kAlignment, "the heap's blocks are not aligned for T");
-        const std::size_t bytes = count * sizeof(T);
-        return static_cast<T*>(heap ? heap->allocate(bytes) : ::operator new(bytes));
+        return static_cast<T*>(allocateOn(heap, count * sizeof(T)));
     }
     void deallocate(T* block, std::size_t count) noexcept { releaseOn(heap, block, count * sizeof(T)); }
 
