@@ -105,20 +105,51 @@ void resolveNamespaces(Element& element, const NamespaceScopes& scopes)
     }
 }
 
-// The items of the image's tables in table order, and the size of the node
-// table.
+// The attributes in table order, the number of nodes and the size of the
+// node table.
 struct Collection {
-    std::vector<Node*> nodes;
-    // For each node, the number of the first node behind its subtree.
-    std::vector<std::uint32_t> subtreeEnds;
     std::vector<BinarySerializable*> attributes;
+    std::uint32_t nodeCount = 0;
     std::uint64_t nodeTableSize = 0;
     // How many strings the nodes asked for in the numbering round: the
     // attributes' answers follow.
     std::size_t nodeStringCalls = 0;
 };
 
-struct WalkFrame {
+bool isImageRoot(const Node* node)
+{
+    return node->nodeType == NodeType::Element || node->nodeType == NodeType::Text ||
+           node->nodeType == NodeType::Comment;
+}
+
+// Visits the nodes of the image in document order, from the document's
+// element, text and comment children (a doctype is left out with all it might
+// hold), with an explicit stack: trees nest deeper than the call stack would
+// allow. `enter(node, parentFrame)` makes a node's frame (parentFrame is null
+// for a top-level node); `leave(frame)` sees it once the node's subtree is
+// done. A frame has the node and the position of its next child.
+template <typename Frame, typename Enter, typename Leave>
+void walkImageNodes(Document& document, Enter enter, Leave leave)
+{
+    std::vector<Frame> stack;
+    for (const NodeRef& root : document.children) {
+        if (!isImageRoot(root.get())) continue;
+        stack.push_back(enter(root.get(), nullptr));
+        while (!stack.empty()) {
+            Frame& top = stack.back();
+            if (top.nextChild < top.node->children.size()) {
+                Node* child = top.node->children[top.nextChild++].get();
+                Frame frame = enter(child, &top);
+                stack.push_back(frame);
+            } else {
+                leave(top);
+                stack.pop_back();
+            }
+        }
+    }
+}
+
+struct NumberingFrame {
     Node* node;
     std::size_t nextChild;
     std::size_t bindings;
@@ -129,12 +160,10 @@ struct WalkFrame {
 // attributes in the attribute table. The node's strings are numbered as it is
 // met, after the namespace URIs it uses are settled, since the node table is
 // in the same order.
-WalkFrame enterNode(Node* node, Collection& collection, NamespaceScopes& scopes,
-                    StringTable& strings)
+NumberingFrame numberNode(Node* node, Collection& collection, NamespaceScopes& scopes,
+                          StringTable& strings)
 {
-    node->imageIndex = static_cast<std::uint32_t>(collection.nodes.size());
-    collection.nodes.push_back(node);
-    collection.subtreeEnds.push_back(0);  // known when the walk leaves the node
+    node->imageIndex = collection.nodeCount++;
     std::size_t bindings = 0;
     if (node->nodeType == NodeType::Element) {
         auto* element = static_cast<Element*>(node);
@@ -146,45 +175,18 @@ WalkFrame enterNode(Node* node, Collection& collection, NamespaceScopes& scopes,
         }
     }
     collection.nodeTableSize += node->serialize(nullptr, &strings);
-    return WalkFrame{node, 0, bindings};
+    return NumberingFrame{node, 0, bindings};
 }
 
-// Numbers a subtree in pre-order with an explicit stack: trees nest deeper
-// than the call stack would allow.
-void collectSubtree(Node* root, Collection& collection, NamespaceScopes& scopes,
-                    StringTable& strings)
-{
-    std::vector<WalkFrame> stack;
-    stack.push_back(enterNode(root, collection, scopes, strings));
-    while (!stack.empty()) {
-        WalkFrame& top = stack.back();
-        if (top.nextChild < top.node->children.size()) {
-            Node* child = top.node->children[top.nextChild++].get();
-            stack.push_back(enterNode(child, collection, scopes, strings));
-        } else {
-            scopes.leave(top.bindings);
-            collection.subtreeEnds[top.node->imageIndex] =
-                static_cast<std::uint32_t>(collection.nodes.size());
-            stack.pop_back();
-        }
-    }
-}
-
-bool isImageRoot(const Node* node)
-{
-    return node->nodeType == NodeType::Element || node->nodeType == NodeType::Text ||
-           node->nodeType == NodeType::Comment;
-}
-
-// Nodes in document order from the document's element, text and comment
-// children (a doctype is left out with all it might hold), then the attributes
-// of each element in node order; the nodes' strings numbered on the way.
+// Numbers the nodes in document order, then the attributes of each element in
+// node order; the nodes' strings numbered on the way.
 void collectImageItems(Document& document, Collection& collection, StringTable& strings)
 {
     NamespaceScopes scopes;
-    for (const NodeRef& child : document.children) {
-        if (isImageRoot(child.get())) collectSubtree(child.get(), collection, scopes, strings);
-    }
+    walkImageNodes<NumberingFrame>(
+        document,
+        [&](Node* node, NumberingFrame*) { return numberNode(node, collection, scopes, strings); },
+        [&](const NumberingFrame& frame) { scopes.leave(frame.bindings); });
     collection.nodeStringCalls = strings.calls();
 }
 
@@ -197,33 +199,11 @@ std::uint64_t numberTable(const std::vector<BinarySerializable*>& items, StringT
     return size;
 }
 
-// Releases the children of each node once its subtree has been written. The
-// records are written in pre-order, so the nodes whose subtrees are still
-// being written are the ancestors of the next node: they stay, with their
-// parent links, which the records read. A record reads no string of
-// another node, so the release of a finished subtree takes nothing that a
-// later record needs.
-class SubtreeRelease {
-public:
-    // The node is next: every subtree it does not belong to is finished.
-    void enter(Node* node)
-    {
-        while (!open.empty() && open.back() != node->parent) finishLast();
-        open.push_back(node);
-    }
-    void finishAll()
-    {
-        while (!open.empty()) finishLast();
-    }
-
-private:
-    void finishLast()
-    {
-        open.back()->releaseChildren();
-        open.pop_back();
-    }
-
-    std::vector<Node*> open;
+struct WritingFrame {
+    Node* node;
+    std::size_t nextChild;
+    // Where the number of the next child goes in the node's record.
+    std::uint8_t* childNumber;
 };
 
 // Writes the node records back to back from the start of the node table and,
@@ -233,23 +213,40 @@ private:
 // and the attributes' from where the nodes' end, and the string table fills
 // as they go. One walk instead of one per table and one for the strings:
 // each string is copied while its record's memory is at hand. An element's
-// record takes its children's numbers from the table of subtree ends, so that
-// the walk meets each node once, in order.
-void writeRecords(std::uint8_t* nodeTable, std::uint8_t* attributeTable,
-                  const Collection& collection, StringTable& strings, TreeAfterImage after)
-{
-    std::size_t attributeAnswers = collection.nodeStringCalls;
-    SubtreeRelease release;
-    for (Node* node : collection.nodes) {
-        if (after == TreeAfterImage::Released) release.enter(node);
+// record leaves the numbers of its children to the walk, which puts each
+// child's number into its parent's record as it meets the child, so that the
+// walk meets each node once, in order.
+class RecordWriter {
+public:
+    RecordWriter(std::uint8_t* nodes, std::uint8_t* attributes, StringTable& table,
+                 std::size_t firstAttributeAnswer)
+        : nodeTable(nodes), attributeTable(attributes), strings(table),
+          attributeAnswers(firstAttributeAnswer)
+    {
+    }
+
+    WritingFrame enter(Node* node, WritingFrame* parent)
+    {
+        if (parent) {
+            putU32(parent->childNumber, node->imageIndex);
+            parent->childNumber += 4;
+        }
         if (node->nodeType != NodeType::Element) {
             nodeTable += node->serialize(nodeTable, &strings);
-            continue;
+            return WritingFrame{node, 0, nullptr};
         }
         auto* element = static_cast<Element*>(node);
-        nodeTable += writeElementRecord(*element, nodeTable, strings, collection.subtreeEnds.data());
-        const AttributeMap& attributes = element->attributes;
-        if (attributes.empty()) continue;
+        const std::uint32_t recordSize = writeElementRecord(*element, nodeTable, strings);
+        nodeTable += recordSize;
+        writeAttributeRecords(*element);
+        return WritingFrame{node, 0, nodeTable - 4 * element->children.size()};
+    }
+
+private:
+    void writeAttributeRecords(const Element& element)
+    {
+        const AttributeMap& attributes = element.attributes;
+        if (attributes.empty()) return;
         const std::size_t nodeAnswers = strings.replayPosition();
         strings.seekReplay(attributeAnswers);
         for (const auto& entry : attributes) {
@@ -258,7 +255,28 @@ void writeRecords(std::uint8_t* nodeTable, std::uint8_t* attributeTable,
         attributeAnswers = strings.replayPosition();
         strings.seekReplay(nodeAnswers);
     }
-    release.finishAll();
+
+    std::uint8_t* nodeTable;
+    std::uint8_t* attributeTable;
+    StringTable& strings;
+    std::size_t attributeAnswers;
+};
+
+// With TreeAfterImage::Released, the children of each node are released once
+// its subtree has been written. The nodes whose subtrees are still being
+// written are the ancestors of the next node: they stay, with their parent
+// links, which the records read. A record reads no string of another node,
+// so the release of a finished subtree takes nothing that a later record
+// needs.
+void writeRecords(Document& document, std::uint8_t* nodeTable, std::uint8_t* attributeTable,
+                  const Collection& collection, StringTable& strings, TreeAfterImage after)
+{
+    RecordWriter writer(nodeTable, attributeTable, strings, collection.nodeStringCalls);
+    walkImageNodes<WritingFrame>(
+        document, [&](Node* node, WritingFrame* parent) { return writer.enter(node, parent); },
+        [&](const WritingFrame& frame) {
+            if (after == TreeAfterImage::Released) frame.node->releaseChildren();
+        });
 }
 
 struct ImageHeader {
@@ -304,9 +322,9 @@ std::uint32_t writeDocumentImage(Document& document, HGLOBAL* out, TreeAfterImag
     block.allocate(ImageBlock::doubledCapacity(ImageLayout::kInitialBlockSize, total));
     std::uint8_t* image = block.lock();
     strings.replay(image + stringTableOffset);
-    writeRecords(image + ImageLayout::kHeaderSize, image + attributeTableOffset, collection, strings,
-                 after);
-    writeHeader(image, ImageHeader{static_cast<std::uint32_t>(collection.nodes.size()),
+    writeRecords(document, image + ImageLayout::kHeaderSize, image + attributeTableOffset, collection,
+                 strings, after);
+    writeHeader(image, ImageHeader{collection.nodeCount,
                                    static_cast<std::uint32_t>(collection.attributes.size()),
                                    static_cast<std::uint32_t>(attributeTableOffset), strings.size(),
                                    static_cast<std::uint32_t>(stringTableOffset)});

@@ -12,6 +12,9 @@ namespace {
 
 using namespace ImageLayout;
 
+// Whether an element's record gets the numbers of its children.
+enum class ChildNumbers { Written, LeftToWriter };
+
 std::uint32_t isTopLevel(const Node& node)
 {
     return node.parent && node.parent->nodeType == NodeType::Document ? 1 : 0;
@@ -78,25 +81,18 @@ DeclarationStrings internDeclaration(const Attribute& declaration, StringTable& 
     return DeclarationStrings{prefix, strings.intern(declaration.value)};
 }
 
-// The numbers of the element's children: read from the children, or, with the
-// writer's table of subtree ends, worked out without visiting them.
-void writeChildList(FieldWriter& fields, const Element& element, const std::uint32_t* subtreeEnds)
+// The numbers of the element's children, read from the children; the image
+// writer leaves them out and fills them in as its walk meets each child.
+void writeChildList(FieldWriter& fields, const Element& element, ChildNumbers childNumbers)
 {
-    if (!subtreeEnds) {
-        for (const NodeRef& child : element.children) fields.u32(child->imageIndex);
-        return;
-    }
-    std::uint32_t child = element.imageIndex + 1;
-    for (std::size_t count = element.children.size(); count > 0; --count) {
-        fields.u32(child);
-        child = subtreeEnds[child];
-    }
+    if (childNumbers == ChildNumbers::LeftToWriter) return;
+    for (const NodeRef& child : element.children) fields.u32(child->imageIndex);
 }
 
 // Each record takes its strings first, in the order it uses them. In the
 // numbering round, which has no destination, that is all it does.
 std::uint32_t serializeElement(Element& element, std::uint8_t* destination, StringTable* strings,
-                               const std::uint32_t* subtreeEnds)
+                               ChildNumbers childNumbers)
 {
     const AttributeMap& attributes = element.attributes;
     auto attributeCount = static_cast<std::uint32_t>(attributes.size());
@@ -137,16 +133,15 @@ std::uint32_t serializeElement(Element& element, std::uint8_t* destination, Stri
         fields.u32(declaration.prefix);
         fields.u32(declaration.uri);
     }
-    writeChildList(fields, element, subtreeEnds);
+    writeChildList(fields, element, childNumbers);
     return recordSize;
 }
 
 }  // namespace
 
-std::uint32_t writeElementRecord(Element& element, std::uint8_t* destination, StringTable& strings,
-                                 const std::uint32_t* subtreeEnds)
+std::uint32_t writeElementRecord(Element& element, std::uint8_t* destination, StringTable& strings)
 {
-    return serializeElement(element, destination, &strings, subtreeEnds);
+    return serializeElement(element, destination, &strings, ChildNumbers::LeftToWriter);
 }
 
 std::uint32_t TextNode::serialize(std::uint8_t* destination, StringTable* strings)
@@ -161,7 +156,7 @@ std::uint32_t Comment::serialize(std::uint8_t* destination, StringTable* strings
 
 std::uint32_t Element::serialize(std::uint8_t* destination, StringTable* strings)
 {
-    return serializeElement(*this, destination, strings, nullptr);
+    return serializeElement(*this, destination, strings, ChildNumbers::Written);
 }
 
 template <>

@@ -9,12 +9,10 @@ class Element;
 class StringTable;
 
 // Writes the element's record at `destination`, as Element::serialize does,
-// except that the numbers of its children come from `subtreeEnds` instead of
-// from the children: in pre-order the first child follows its parent, and each
-// next one follows the subtree of the one before it, whose end the table gives
-// for every numbered node. So writing the record visits none of the children.
+// except that the numbers of its children, the last 4 bytes per child of the
+// record, are left for the caller: the image writer fills them in as its walk
+// meets the children, so that writing the record visits none of them.
 // Returns the record's size.
-std::uint32_t writeElementRecord(Element& element, std::uint8_t* destination, StringTable& strings,
-                                 const std::uint32_t* subtreeEnds);
+std::uint32_t writeElementRecord(Element& element, std::uint8_t* destination, StringTable& strings);
 
 }  // namespace Parsers
