@@ -111,9 +111,9 @@ struct Collection {
     std::vector<BinarySerializable*> attributes;
     std::uint32_t nodeCount = 0;
     std::uint64_t nodeTableSize = 0;
-    // How many strings the nodes asked for in the numbering round: the
+    // Where the numbering round stood when the nodes had their strings: the
     // attributes' answers follow.
-    std::size_t nodeStringCalls = 0;
+    StringTable::ReplayPosition attributeAnswers;
 };
 
 bool isImageRoot(const Node* node)
@@ -187,7 +187,7 @@ void collectImageItems(Document& document, Collection& collection, StringTable& 
         document,
         [&](Node* node, NumberingFrame*) { return numberNode(node, collection, scopes, strings); },
         [&](const NumberingFrame& frame) { scopes.leave(frame.bindings); });
-    collection.nodeStringCalls = strings.calls();
+    collection.attributeAnswers = strings.position();
 }
 
 // The numbering round of a table: the size of every record, and the strings
@@ -219,7 +219,7 @@ struct WritingFrame {
 class RecordWriter {
 public:
     RecordWriter(std::uint8_t* nodes, std::uint8_t* attributes, StringTable& table,
-                 std::size_t firstAttributeAnswer)
+                 const StringTable::ReplayPosition& firstAttributeAnswer)
         : nodeTable(nodes), attributeTable(attributes), strings(table),
           attributeAnswers(firstAttributeAnswer)
     {
@@ -247,19 +247,19 @@ private:
     {
         const AttributeMap& attributes = element.attributes;
         if (attributes.empty()) return;
-        const std::size_t nodeAnswers = strings.replayPosition();
+        const StringTable::ReplayPosition nodeAnswers = strings.position();
         strings.seekReplay(attributeAnswers);
         for (const auto& entry : attributes) {
             attributeTable += entry.second->serialize(attributeTable, &strings);
         }
-        attributeAnswers = strings.replayPosition();
+        attributeAnswers = strings.position();
         strings.seekReplay(nodeAnswers);
     }
 
     std::uint8_t* nodeTable;
     std::uint8_t* attributeTable;
     StringTable& strings;
-    std::size_t attributeAnswers;
+    StringTable::ReplayPosition attributeAnswers;
 };
 
 // With TreeAfterImage::Released, the children of each node are released once
@@ -271,7 +271,7 @@ private:
 void writeRecords(Document& document, std::uint8_t* nodeTable, std::uint8_t* attributeTable,
                   const Collection& collection, StringTable& strings, TreeAfterImage after)
 {
-    RecordWriter writer(nodeTable, attributeTable, strings, collection.nodeStringCalls);
+    RecordWriter writer(nodeTable, attributeTable, strings, collection.attributeAnswers);
     walkImageNodes<WritingFrame>(
         document, [&](Node* node, WritingFrame* parent) { return writer.enter(node, parent); },
         [&](const WritingFrame& frame) {

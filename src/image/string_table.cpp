@@ -73,7 +73,7 @@ std::uint32_t StringTable::number(std::u16string_view text)
         const std::u16string_view known = entries[number];
         if (known.size() == text.size() &&
             std::memcmp(known.data(), text.data(), 2 * text.size()) == 0) {
-            answers.push_back(number);
+            keepAnswer(std::uint64_t{number} + kNumberBias);
             return number;
         }
     }
@@ -82,29 +82,48 @@ std::uint32_t StringTable::number(std::u16string_view text)
 void StringTable::replay(std::uint8_t* stringArea)
 {
     replaying = true;
-    replayed = 0;
+    replayed = ReplayPosition{};
     area = stringArea;
-    copied.assign(entries.size(), false);
+}
+
+void StringTable::keepAnswer(std::uint64_t code)
+{
+    ++callCount;
+    while (code >= 0x80) {
+        answers.push_back(static_cast<std::uint8_t>(code | 0x80));
+        code >>= 7;
+    }
+    answers.push_back(static_cast<std::uint8_t>(code));
+    numbered.answer = answers.size();
 }
 
 std::uint32_t StringTable::replayAnswer()
 {
-    const std::uint32_t answer = answers[replayed++];
-    if (answer != kNoString && !copied[answer]) {
-        const std::u16string_view text = entries[answer];
-        std::memcpy(area + offsets[answer], text.data(), 2 * text.size());
-        copied[answer] = true;
+    std::uint8_t byte = answers[replayed.answer++];
+    if (byte == kNewCode) {
+        // The answer that made the number: the string goes into the image now.
+        const std::uint32_t number = replayed.nextNumber++;
+        const std::u16string_view text = entries[number];
+        std::memcpy(area + replayed.nextOffset, text.data(), 2 * text.size());
+        replayed.nextOffset += 2ull * text.size() + 2;
+        return number;
     }
-    return answer;
+    if (byte == kNoStringCode) return kNoString;
+    std::uint64_t code = byte & 0x7F;
+    for (unsigned shift = 7; byte & 0x80; shift += 7) {
+        byte = answers[replayed.answer++];
+        code |= std::uint64_t{byte & 0x7Fu} << shift;
+    }
+    return static_cast<std::uint32_t>(code - kNumberBias);
 }
 
 std::uint32_t StringTable::add(std::u16string_view text, std::uint32_t hashHigh, std::size_t slot)
 {
     const auto number = static_cast<std::uint32_t>(entries.size());
     entries.push_back(text);
-    offsets.push_back(bytes);
-    bytes += 2ull * text.size() + 2;
-    answers.push_back(number);
+    numbered.nextNumber = number + 1;
+    numbered.nextOffset += 2ull * text.size() + 2;
+    keepAnswer(kNewCode);
     slots[slot] = Slot{hashHigh, number + 1};
     if (2 * entries.size() > slots.size()) growIndex();
     return number;

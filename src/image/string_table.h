@@ -20,16 +20,28 @@ namespace Parsers {
 // write the records. So the table keeps the answers of the first round in
 // order, and after replay() gives them back one by one without looking at the
 // strings again. The writer may read the answers from more than one place in
-// that order (replayPosition, seekReplay), so that it can write an element's
-// attribute records with the element although their strings were numbered
-// after those of all nodes. While it replays, the table also copies each
-// string into the image at the first answer that gives its number: the
-// string has just been read for its record, and a separate pass over all
-// strings at the end would read them all again.
+// that order (ReplayPosition), so that it can write an element's attribute
+// records with the element although their strings were numbered after those
+// of all nodes. While it replays, the table also copies each string into the
+// image at the answer that gave it its number: the string has just been read
+// for its record, and a separate pass over all strings at the end would read
+// them all again.
+//
+// The answers are kept in a byte or two each, not in four: most of them are
+// either a new number, which is the next one in order and needs no digits, or
+// the number of a name met early, which is small.
 class StringTable {
 public:
     // The answer for a text that has no number (internUnlessEmpty).
     static constexpr std::uint32_t kNoString = 0xFFFFFFFFu;
+
+    // A place in the answers of the numbering round: which answer, and the
+    // number and string table offset that the next new string there has.
+    struct ReplayPosition {
+        std::size_t answer = 0;
+        std::uint32_t nextNumber = 0;
+        std::uint64_t nextOffset = 0;
+    };
 
     // expectedStrings sizes the index once, sparing the rehashes of growing
     // it step by step; it is an estimate, not a limit.
@@ -56,7 +68,7 @@ public:
         if (replaying) return replayAnswer();
         const std::u16string_view units(text);
         if (units.empty()) {
-            answers.push_back(kNoString);
+            keepAnswer(kNoStringCode);
             return kNoString;
         }
         return number(units);
@@ -65,16 +77,17 @@ public:
     // copies the units of each string to its place in `stringArea`, the
     // image's string table. The zero unit behind each is the image's own.
     void replay(std::uint8_t* stringArea);
-    // The rank of the next answer given back, and a move to another rank.
-    std::size_t replayPosition() const { return replayed; }
-    void seekReplay(std::size_t position) { replayed = position; }
+    // Where the next call is answered, in the numbering round or the replay,
+    // and a move of the replay to such a place.
+    ReplayPosition position() const { return replaying ? replayed : numbered; }
+    void seekReplay(const ReplayPosition& place) { replayed = place; }
     // How many strings have been asked for so far, repeats included.
-    std::size_t calls() const { return answers.size(); }
+    std::size_t calls() const { return callCount; }
 
     const std::vector<std::u16string_view>& strings() const { return entries; }
     std::uint32_t size() const { return static_cast<std::uint32_t>(entries.size()); }
     // Bytes of the table in the image: each string's units and one zero unit.
-    std::uint64_t byteSize() const { return bytes; }
+    std::uint64_t byteSize() const { return numbered.nextOffset; }
 
 private:
     // A slot of the open addressed index: the upper half of the string's
@@ -91,17 +104,26 @@ private:
     std::uint32_t add(std::u16string_view text, std::uint32_t hashHigh, std::size_t slot);
     void growIndex();
 
+    // The answers as bytes: kNewCode for a new number, kNoStringCode for an
+    // empty text, and otherwise the number plus 2 in groups of seven bits,
+    // lowest first, each but the last with the high bit set.
+    static constexpr std::uint8_t kNewCode = 0;
+    static constexpr std::uint8_t kNoStringCode = 1;
+    static constexpr std::uint32_t kNumberBias = 2;
+
+    void keepAnswer(std::uint64_t code);
+
     std::vector<std::u16string_view> entries;
     std::vector<Slot> slots;  // a power of two of them, at most half in use
-    std::vector<std::uint32_t> answers;
-    std::size_t replayed = 0;
+    std::vector<std::uint8_t> answers;
+    std::size_t callCount = 0;
+    // Where the numbering round stands: the next answer, new number and
+    // offset in the string table.
+    ReplayPosition numbered;
+    ReplayPosition replayed;
     bool replaying = false;
-    // Each string's byte offset in the string table, taken as it is numbered.
-    std::vector<std::uint64_t> offsets;
-    // While replaying: where the strings go, and whether each has been copied.
+    // While replaying: where the strings go.
     std::uint8_t* area = nullptr;
-    std::vector<bool> copied;
-    std::uint64_t bytes = 0;
 };
 
 // The number of a string in the table (the image writer's name for intern).

@@ -77,23 +77,61 @@ TEST(StringTable, ReplayCanBeReadFromTwoPlaces)
 {
     const UString a = u"a", b = u"b", c = u"c";
     StringTable table;
+    const StringTable::ReplayPosition start = table.position();
     table.intern(a);
+    const StringTable::ReplayPosition atB = table.position();
     table.intern(b);
-    const std::size_t second = table.calls();
+    const StringTable::ReplayPosition second = table.position();
     table.intern(c);
     table.intern(a);
     std::vector<std::uint8_t> area(table.byteSize(), 0);
     table.replay(area.data());
     table.seekReplay(second);
     EXPECT_EQ(table.intern(c), 2u);
-    const std::size_t after = table.replayPosition();
-    table.seekReplay(0);
+    const StringTable::ReplayPosition after = table.position();
+    table.seekReplay(start);
     EXPECT_EQ(table.intern(a), 0u);
     table.seekReplay(after);
     EXPECT_EQ(table.intern(a), 0u);
-    table.seekReplay(1);
+    table.seekReplay(atB);
     EXPECT_EQ(table.intern(b), 1u);
     EXPECT_EQ(area, (std::vector<std::uint8_t>{'a', 0, 0, 0, 'b', 0, 0, 0, 'c', 0, 0, 0}));
+}
+
+// Repeated numbers are kept in as many bytes as they need: numbers past 125
+// and past 16,381 take one byte more each.
+TEST(StringTable, ReplayGivesBackLargeNumbersOfRepeats)
+{
+    std::vector<UString> texts;
+    for (std::uint32_t i = 0; i < 20000; ++i) {
+        texts.push_back(UString(1, static_cast<char16_t>(0x4E00 + i % 1000)) +
+                        static_cast<char16_t>(0x4E00 + i / 1000));
+    }
+    StringTable table;
+    const UString empty;
+    std::vector<std::uint32_t> first;
+    for (const UString& text : texts) first.push_back(table.intern(text));
+    const std::vector<std::size_t> repeats = {19999, 0, 125, 126, 127, 16381, 16382, 16383, 5, 19998};
+    for (std::size_t index : repeats) {
+        first.push_back(table.internUnlessEmpty(empty));
+        first.push_back(table.intern(texts[index]));
+    }
+    EXPECT_EQ(table.calls(), texts.size() + 2 * repeats.size());
+    std::vector<std::uint8_t> area(table.byteSize(), 0);
+    table.replay(area.data());
+    std::vector<std::uint32_t> second;
+    for (const UString& text : texts) second.push_back(table.intern(text));
+    for (std::size_t index : repeats) {
+        second.push_back(table.internUnlessEmpty(empty));
+        second.push_back(table.intern(texts[index]));
+        EXPECT_EQ(second.back(), index);
+    }
+    EXPECT_EQ(second, first);
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        EXPECT_EQ(area[6 * i], static_cast<std::uint8_t>(texts[i][0]));
+        EXPECT_EQ(area[6 * i + 1], static_cast<std::uint8_t>(texts[i][0] >> 8));
+        EXPECT_EQ(area[6 * i + 3], static_cast<std::uint8_t>(texts[i][1] >> 8));
+    }
 }
 
 TEST(StringTable, ManyStringsOfSharedBeginningsKeepTheirNumbers)
