@@ -1,7 +1,6 @@
 // Attributes of tags and elements, and the narrow attribute of the encoding prescan.
 #pragma once
 
-#include <climits>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -90,8 +89,6 @@ public:
     String value;
     String prefix;
     const UString* namespaceUriCache = nullptr;
-    std::int32_t reservedFirst = INT_MIN;  // nothing reads the two reserved numbers
-    std::int32_t reservedSecond = INT_MIN;
     std::int32_t imageIndex = -1;
     Element* owner = nullptr;
 };

@@ -10,7 +10,7 @@ namespace Parsers {
 // checks that it was made from the same lists.
 inline constexpr std::uint32_t kAttributeIdsDigest = 0x8d0a95dcu;
 
-enum class AttributeId : std::int32_t {
+enum class AttributeId : std::int16_t {
     Unknown = -1,
     AccentHeight = 0,
     Accept = 1,

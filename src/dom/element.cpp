@@ -1,5 +1,6 @@
 #include "dom/element.h"
 
+#include <functional>
 #include <vector>
 
 namespace Parsers {
@@ -12,10 +13,9 @@ const UString& sharedEmptyString()
 
 namespace {
 
-// A text of the tag name list as a UString that lives as long as the program;
-// the shared empty string for a row outside the list. Made once, at the
-// first call, and constant from then on.
-const UString& tagNameString(std::int32_t row)
+// The texts of the tag name list as UStrings that live as long as the
+// program, by row. Made once, at the first call, and constant from then on.
+const std::vector<UString>& tagNameStrings()
 {
     static const std::vector<UString> texts = [] {
         std::vector<UString> made(kTagNameListSize);
@@ -24,8 +24,25 @@ const UString& tagNameString(std::int32_t row)
         }
         return made;
     }();
+    return texts;
+}
+
+// A text of the tag name list; the shared empty string for a row outside the
+// list.
+const UString& tagNameString(std::int32_t row)
+{
     if (row < 0 || row >= kTagNameListSize) return sharedEmptyString();
-    return texts[row];
+    return tagNameStrings()[row];
+}
+
+// The row of the tag whose name is the list's text at `text`; null when the
+// text is not one of the list's tag names.
+const TagRow* listedTagRow(const UString* text)
+{
+    const std::vector<UString>& texts = tagNameStrings();
+    const std::less<const UString*> before;
+    if (!text || before(text, texts.data()) || !before(text, texts.data() + kTagCount)) return nullptr;
+    return tagRowById(static_cast<TagId>(text - texts.data()));
 }
 
 const char16_t kXmlns[] = u"xmlns";
@@ -127,13 +144,11 @@ Element::Element(const TagTokenRef& startTag)
       selfClosing(startTag->selfClosing)
 {
     prefix = startTag->prefix;
-    if (startTag->getTagId() != TagId::Unknown) {
-        startTagRow = startTag->tagEntry;
-        if (startTagRow->category == TagCategory::Formatting) token = startTag;
-    }
-    // A name as the list writes it is kept as the list's text.
-    const UString& listed =
-        startTagRow ? tagNameString(static_cast<std::int32_t>(startTagRow->id)) : sharedEmptyString();
+    const TagRow* row = startTag->getTagId() != TagId::Unknown ? startTag->tagEntry : nullptr;
+    if (row && row->category == TagCategory::Formatting) token = startTag;
+    // A name as the list writes it is kept as the list's text, which also
+    // tells the name's row without a lookup.
+    const UString& listed = row ? tagNameString(static_cast<std::int32_t>(row->id)) : sharedEmptyString();
     if (!listed.empty() && listed == startTag->name) {
         name.refer(listed);
     } else {
@@ -149,21 +164,23 @@ void Element::cacheRow(const TagRow* row)
     category = row->category;
 }
 
+const TagRow* Element::rowOfName() const
+{
+    if (const TagRow* row = listedTagRow(name.referred())) return row;
+    return lookupTagName(name.data(), name.size());
+}
+
 TagId Element::lookUpTagId() const
 {
     if (tagId != TagId::Unknown || name.empty()) return tagId;
-    const TagRow* row = lookupTagName(name.data(), name.size());
+    const TagRow* row = rowOfName();
     return row ? row->id : TagId::Unknown;
 }
 
 TagId Element::getTagId()
 {
     if (tagId != TagId::Unknown || name.empty()) return tagId;
-    // A start tag has as a rule looked its name up before its element is
-    // asked: its row is the one a lookup of the same name would find.
-    const bool sameName =
-        startTagRow && std::u16string_view(startTagRow->name, startTagRow->length) == name;
-    const TagRow* row = sameName ? startTagRow : lookupTagName(name.data(), name.size());
+    const TagRow* row = rowOfName();
     if (!row) return TagId::Unknown;
     cacheRow(row);
     return tagId;

@@ -5,7 +5,6 @@
 // load and one compare.
 #pragma once
 
-#include <climits>
 #include <cstdint>
 #include <map>
 
@@ -30,6 +29,8 @@ public:
     CompactText& operator=(const UString& value);
     // Keeps the address of a text that outlives every element.
     void refer(const UString& constant);
+    // The address that refer() kept; null for an empty text or a copy.
+    const UString* referred() const { return (bits & kOwned) != 0 ? nullptr : address(); }
     bool empty() const { return bits == 0; }
     const UString& str() const { return bits != 0 ? *address() : sharedEmptyString(); }
     const char16_t* data() const { return str().data(); }
@@ -96,26 +97,23 @@ public:
     // The small fields come first: they fill the room that the node's own
     // fields leave at their end.
     TagId tagId;
-    std::int32_t reservedFirst = INT_MIN;
-    std::int32_t reservedSecond = INT_MIN;
     TagCategory category = TagCategory::Unclassified;
-    bool selfClosing = false;
+    bool selfClosing : 1 = false;
     // True while the element is an entry of the list of active formatting
     // elements, the one place that makes new elements from its start tag.
-    bool inFormattingList = false;
+    bool inFormattingList : 1 = false;
     // The element's name; empty until asked for when the element was made
     // from its tag id alone.
     CompactText name;
     AttributeMap attributes;
     CompactText prefix;
     const UString* namespaceUriCache = nullptr;
-    // The row the start tag found for its name, if it looked it up: the row
-    // a lookup of the name would find as long as the name is the tag's.
-    const TagRow* startTagRow = nullptr;
     TagTokenRef token;
 
 private:
     void cacheRow(const TagRow* row);
+    // The row a lookup of the name finds, or null.
+    const TagRow* rowOfName() const;
 };
 
 // The marker entry of the list of active formatting elements. Never in a tree.

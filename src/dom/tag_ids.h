@@ -10,7 +10,7 @@ namespace Parsers {
 // checks that it was made from the same lists.
 inline constexpr std::uint32_t kTagIdsDigest = 0x8d0a95dcu;
 
-enum class TagId : std::int32_t {
+enum class TagId : std::int16_t {
     Unknown = -1,
     A = 0,
     Abbr = 1,

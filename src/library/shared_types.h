@@ -27,8 +27,8 @@ inline bool operator==(const TextPosition& a, const TextPosition& b)
 
 // Identifiers of the fixed name tables. A name outside the tables keeps its text
 // and has the identifier -1 (Unknown).
-enum class TagId : std::int32_t;        // rows of the generated tag table
-enum class AttributeId : std::int32_t;  // rows of the generated attribute table
+enum class TagId : std::int16_t;        // rows of the generated tag table
+enum class AttributeId : std::int16_t;  // rows of the generated attribute table
 
 // The small enumerations take one byte each: every node and element carries
 // some of them.

@@ -277,7 +277,7 @@ def header_text(source, enum_name, digest_name, digest, enumerators, what):
         "// checks that it was made from the same lists.",
         "inline constexpr std::uint32_t %s = 0x%08xu;" % (digest_name, digest),
         "",
-        "enum class %s : std::int32_t {" % enum_name,
+        "enum class %s : std::int16_t {" % enum_name,
         "    Unknown = -1,",
     ]
     lines += ["    %s = %d," % (name, row) for row, name in enumerate(enumerators)]
