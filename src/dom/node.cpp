@@ -42,13 +42,39 @@ void Node::releaseChildren()
         NodeRef node = std::move(pending.back());
         pending.pop_back();
         node->parent = nullptr;
-        node->previousSibling = nullptr;
-        node->nextSibling = nullptr;
         if (node.use_count() == 1) {
             for (NodeRef& child : node->children) pending.push_back(std::move(child));
             node->children.clear();
         }
     }
+}
+
+namespace {
+
+NodeList::const_iterator findChild(const NodeList& children, const Node* child)
+{
+    return std::find_if(children.begin(), children.end(),
+                        [child](const NodeRef& entry) { return entry.get() == child; });
+}
+
+}  // namespace
+
+Node* Node::previousSibling() const
+{
+    if (!parent) return nullptr;
+    const NodeList& siblings = parent->children;
+    const auto position = findChild(siblings, this);
+    if (position == siblings.begin() || position == siblings.end()) return nullptr;
+    return (position - 1)->get();
+}
+
+Node* Node::nextSibling() const
+{
+    if (!parent) return nullptr;
+    const NodeList& siblings = parent->children;
+    const auto position = findChild(siblings, this);
+    if (position == siblings.end() || position + 1 == siblings.end()) return nullptr;
+    return (position + 1)->get();
 }
 
 Document* Node::getOwnerDocument() const
@@ -99,12 +125,6 @@ void appendText(Node* target, const Node* text)
     static_cast<CharacterData*>(target)->data.append(static_cast<const CharacterData*>(text)->data);
 }
 
-NodeList::iterator findChild(NodeList& children, const Node* child)
-{
-    return std::find_if(children.begin(), children.end(),
-                        [child](const NodeRef& entry) { return entry.get() == child; });
-}
-
 }  // namespace
 
 NodeRef Document::getHTMLNode()
@@ -153,17 +173,14 @@ void insertBefore(NodeRef child, NodeRef reference, Node* parent)
     }
     if (reference->parent != parent) return;
     if (isSelfOrAncestor(child.get(), parent)) return;
-    Node* before = reference->previousSibling;
+    const NodeList& siblings = parent->children;
+    const auto position = findChild(siblings, reference.get());
+    Node* before = position == siblings.begin() || position == siblings.end() ? nullptr : (position - 1)->get();
     if (isTextNode(child.get()) && isTextNode(before)) {
         appendText(before, child.get());
         return;
     }
     child->parent = parent;
-    child->previousSibling = before;
-    child->nextSibling = reference.get();
-    if (before) before->nextSibling = child.get();
-    reference->previousSibling = child.get();
-    auto position = findChild(parent->children, reference.get());
     parent->children.insert(position, std::move(child));
 }
 
@@ -201,15 +218,13 @@ void insertCharacterBefore(char16_t unit, NodeRef reference, Node* parent, Parse
 NodeRef removeChild(Node* child, Node* parent)
 {
     if (!canHoldChildren(parent) || !child || child->parent != parent) return nullptr;
-    auto position = findChild(parent->children, child);
-    if (position == parent->children.end()) return nullptr;
-    if (child->previousSibling) child->previousSibling->nextSibling = child->nextSibling;
-    if (child->nextSibling) child->nextSibling->previousSibling = child->previousSibling;
+    NodeList& children = parent->children;
+    const auto found = findChild(children, child);
+    if (found == children.end()) return nullptr;
     child->parent = nullptr;
-    child->previousSibling = nullptr;
-    child->nextSibling = nullptr;
+    const auto position = children.begin() + (found - children.begin());
     NodeRef removed = std::move(*position);
-    parent->children.erase(position);
+    children.erase(position);
     return removed;
 }
 
@@ -221,11 +236,7 @@ void moveChildren(Node* source, Node* target)
 {
     NodeList moving = std::move(source->children);
     source->children.clear();
-    for (NodeRef& child : moving) {
-        child->parent = nullptr;
-        child->previousSibling = nullptr;
-        child->nextSibling = nullptr;
-    }
+    for (NodeRef& child : moving) child->parent = nullptr;
     for (NodeRef& child : moving) appendChild(std::move(child), target);
 }
 

@@ -1,7 +1,9 @@
 // The document tree: node classes and the operations that change its shape.
 //
-// Parents own their children through NodeRef; parent and sibling links are plain
-// pointers that own nothing. Shape operations never fail loudly: an operation
+// Parents own their children through NodeRef; the parent link is a plain
+// pointer that owns nothing. A node finds its siblings in its parent's list
+// of children: no operation of the tree needs them often enough to be worth
+// two links in every node. Shape operations never fail loudly: an operation
 // that is refused (a parent that cannot hold children, a node that would become
 // its own ancestor, a reference node of another parent) leaves the tree as it was.
 #pragma once
@@ -56,6 +58,11 @@ public:
     bool isElement() const { return nodeType == NodeType::Element; }
     bool isText() const { return nodeType == NodeType::Text; }
     Node* getParent() const { return parent; }
+    // The children of the parent before and behind this node, found by a scan
+    // of the parent's list; null for the first or last child and for a node
+    // without a parent.
+    Node* previousSibling() const;
+    Node* nextSibling() const;
     NodeList& getChildren() { return children; }
     const NodeList& getChildren() const { return children; }
     Node* lastChild() const { return children.empty() ? nullptr : children.back().get(); }
@@ -65,7 +72,7 @@ public:
     Document* getOwnerDocument() const;
 
     // The small fields stand together, so that no padding lies between them
-    // and the links.
+    // and the pointers.
     const NodeType nodeType;
     NamespaceId namespaceId = NamespaceId::Html;
     bool hiddenFromMarkup = false;
@@ -73,8 +80,6 @@ public:
     // makeNode.
     std::uint8_t blockWords = 0;
     std::uint32_t imageIndex = 0xFFFFFFFFu;
-    Node* previousSibling = nullptr;
-    Node* nextSibling = nullptr;
     Node* parent = nullptr;
     // Draws on the heap the node was made from: destroyNode finds it here.
     NodeList children;
@@ -204,18 +209,11 @@ NodeRef removeChild(Node* child, Node* parent);
 // Moves all children of source, in order, to the end of target (with merging).
 void moveChildren(Node* source, Node* target);
 void moveChildren(const NodeRef& source, const NodeRef& target);
-// Sets the sibling links of child for the end of list and pushes it.
+// Pushes child at the end of list: the siblings it has there follow from the
+// list itself.
 template <typename List>
 void linkAsLastChild(NodeRef child, List& list)
 {
-    if (list.empty()) {
-        child->nextSibling = nullptr;
-        child->previousSibling = nullptr;
-    } else {
-        Node* last = list.back().get();
-        child->previousSibling = last;
-        last->nextSibling = child.get();
-    }
     list.push_back(std::move(child));
 }
 

@@ -30,8 +30,8 @@ TEST(AppendCharacters, StartsATextBehindAnElementOrComment)
     EXPECT_EQ(div->children[1]->nodeType, NodeType::Text);
     EXPECT_EQ(dataOf(div->children[1]), u"xyz");
     EXPECT_EQ(div->children[1]->parent, div.get());
-    EXPECT_EQ(div->children[1]->previousSibling, div->children[0].get());
-    EXPECT_EQ(div->children[0]->nextSibling, div->children[1].get());
+    EXPECT_EQ(div->children[1]->previousSibling(), div->children[0].get());
+    EXPECT_EQ(div->children[0]->nextSibling(), div->children[1].get());
 }
 
 TEST(AppendCharacters, ExtendsTheLastText)

@@ -141,7 +141,7 @@ TEST(ParseHeap, NodesDrawTheirChildListsFromTheirHeap)
     EXPECT_TRUE(parent->children.empty());
     ASSERT_EQ(document.children.size(), 100u);
     EXPECT_EQ(document.children[0]->parent, &document);
-    EXPECT_EQ(document.children[99]->previousSibling, document.children[98].get());
+    EXPECT_EQ(document.children[99]->previousSibling(), document.children[98].get());
 }
 
 }  // namespace
