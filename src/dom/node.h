@@ -29,7 +29,9 @@ public:
     Node& operator=(const Node&) = delete;
 
     // Only elements, texts and comments have records in an image; every other
-    // node class throws here.
+    // node class throws here. A record ends with the numbers of the node's
+    // children, 4 bytes each, which only the image writer knows: it fills them
+    // in as it meets the children.
     std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
     // Releases the subtree without recursing on its depth.
     ~Node() override;
@@ -79,12 +81,11 @@ public:
     // The size of the node's block in units of the heap's alignment, set by
     // makeNode.
     std::uint8_t blockWords = 0;
-    std::uint32_t imageIndex = 0xFFFFFFFFu;
+    // The references to the node (see Ref).
+    std::uint32_t referenceCount = 0;
     Node* parent = nullptr;
     // Draws on the heap the node was made from: destroyNode finds it here.
     NodeList children;
-    // The references to the node (see Ref).
-    std::uint32_t referenceCount = 0;
 };
 
 // A node that carries text: a TextNode or a Comment.

@@ -10,7 +10,6 @@
 #include "dom/node.h"
 #include "image/image_block.h"
 #include "image/image_format.h"
-#include "image/records.h"
 #include "image/string_table.h"
 
 namespace Parsers {
@@ -114,6 +113,7 @@ struct Collection {
     // Where the numbering round stood when the nodes had their strings: the
     // attributes' answers follow.
     StringTable::ReplayPosition attributeAnswers;
+    std::uint32_t nextNumber = 0;
 };
 
 bool isImageRoot(const Node* node)
@@ -155,15 +155,15 @@ struct NumberingFrame {
     std::size_t bindings;
 };
 
-// Gives the node the next number, and an element's attributes theirs: the
-// walk meets the elements in node order, which is the order of their
-// attributes in the attribute table. The node's strings are numbered as it is
+// Counts the node, and gives an element's attributes their numbers: the walk
+// meets the elements in node order, which is the order of their attributes in
+// the attribute table. The node's strings are numbered as it is
 // met, after the namespace URIs it uses are settled, since the node table is
 // in the same order.
 NumberingFrame numberNode(Node* node, Collection& collection, NamespaceScopes& scopes,
                           StringTable& strings)
 {
-    node->imageIndex = collection.nodeCount++;
+    ++collection.nodeCount;
     std::size_t bindings = 0;
     if (node->nodeType == NodeType::Element) {
         auto* element = static_cast<Element*>(node);
@@ -212,7 +212,7 @@ struct WritingFrame {
 // numbers from the replay of the numbering round, the nodes' from its start
 // and the attributes' from where the nodes' end, and the string table fills
 // as they go. One walk instead of one per table and one for the strings:
-// each string is copied while its record's memory is at hand. An element's
+// each string is copied while its record's memory is at hand. A node's
 // record leaves the numbers of its children to the walk, which puts each
 // child's number into its parent's record as it meets the child, so that the
 // walk meets each node once, in order.
@@ -225,21 +225,17 @@ public:
     {
     }
 
+    // Numbers the node as the numbering round did, in the walk's order.
     WritingFrame enter(Node* node, WritingFrame* parent)
     {
         if (parent) {
-            putU32(parent->childNumber, node->imageIndex);
+            putU32(parent->childNumber, nextNumber);
             parent->childNumber += 4;
         }
-        if (node->nodeType != NodeType::Element) {
-            nodeTable += node->serialize(nodeTable, &strings);
-            return WritingFrame{node, 0, nullptr};
-        }
-        auto* element = static_cast<Element*>(node);
-        const std::uint32_t recordSize = writeElementRecord(*element, nodeTable, strings);
-        nodeTable += recordSize;
-        writeAttributeRecords(*element);
-        return WritingFrame{node, 0, nodeTable - 4 * element->children.size()};
+        ++nextNumber;
+        nodeTable += node->serialize(nodeTable, &strings);
+        if (node->nodeType == NodeType::Element) writeAttributeRecords(static_cast<Element&>(*node));
+        return WritingFrame{node, 0, nodeTable - 4 * node->children.size()};
     }
 
 private:
@@ -260,6 +256,7 @@ private:
     std::uint8_t* attributeTable;
     StringTable& strings;
     StringTable::ReplayPosition attributeAnswers;
+    std::uint32_t nextNumber = 0;
 };
 
 // With TreeAfterImage::Released, the children of each node are released once

@@ -1,5 +1,5 @@
 // The records that nodes and attributes write into the image's tables.
-#include "image/records.h"
+#include "dom/binary_serializable.h"
 
 #include "dom/element.h"
 #include "dom/node.h"
@@ -11,9 +11,6 @@ namespace Parsers {
 namespace {
 
 using namespace ImageLayout;
-
-// Whether an element's record gets the numbers of its children.
-enum class ChildNumbers { Written, LeftToWriter };
 
 std::uint32_t isTopLevel(const Node& node)
 {
@@ -81,18 +78,9 @@ DeclarationStrings internDeclaration(const Attribute& declaration, StringTable& 
     return DeclarationStrings{prefix, strings.intern(declaration.value)};
 }
 
-// The numbers of the element's children, read from the children; the image
-// writer leaves them out and fills them in as its walk meets each child.
-void writeChildList(FieldWriter& fields, const Element& element, ChildNumbers childNumbers)
-{
-    if (childNumbers == ChildNumbers::LeftToWriter) return;
-    for (const NodeRef& child : element.children) fields.u32(child->imageIndex);
-}
-
 // Each record takes its strings first, in the order it uses them. In the
 // numbering round, which has no destination, that is all it does.
-std::uint32_t serializeElement(Element& element, std::uint8_t* destination, StringTable* strings,
-                               ChildNumbers childNumbers)
+std::uint32_t serializeElement(Element& element, std::uint8_t* destination, StringTable* strings)
 {
     const AttributeMap& attributes = element.attributes;
     auto attributeCount = static_cast<std::uint32_t>(attributes.size());
@@ -133,16 +121,10 @@ std::uint32_t serializeElement(Element& element, std::uint8_t* destination, Stri
         fields.u32(declaration.prefix);
         fields.u32(declaration.uri);
     }
-    writeChildList(fields, element, childNumbers);
     return recordSize;
 }
 
 }  // namespace
-
-std::uint32_t writeElementRecord(Element& element, std::uint8_t* destination, StringTable& strings)
-{
-    return serializeElement(element, destination, &strings, ChildNumbers::LeftToWriter);
-}
 
 std::uint32_t TextNode::serialize(std::uint8_t* destination, StringTable* strings)
 {
@@ -156,7 +138,7 @@ std::uint32_t Comment::serialize(std::uint8_t* destination, StringTable* strings
 
 std::uint32_t Element::serialize(std::uint8_t* destination, StringTable* strings)
 {
-    return serializeElement(*this, destination, strings, ChildNumbers::Written);
+    return serializeElement(*this, destination, strings);
 }
 
 template <>

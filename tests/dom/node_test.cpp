@@ -373,10 +373,9 @@ TEST(NodeLifetime, ChildHeldElsewhereSurvivesItsParentDetached)
     EXPECT_EQ(child->children[0].get(), grandchild);
 }
 
-TEST(NodeLifetime, NodesStartWithoutImageIndexAndInHtmlNamespace)
+TEST(NodeLifetime, NodesStartInHtmlNamespace)
 {
     TextNode text(u'a');
-    EXPECT_EQ(text.imageIndex, 0xFFFFFFFFu);
     EXPECT_EQ(text.getNamespaceId(), NamespaceId::Html);
     EXPECT_FALSE(text.hiddenFromMarkup);
     Comment comment(u"c");

@@ -292,7 +292,6 @@ TEST(ImageWriter, LookupsMadeByTheWriterAreNotCached)
     writeImage(document);
     EXPECT_EQ(div->tagId, TagId::Unknown);
     EXPECT_EQ(div->attributes.at(u"id")->attributeId, AttributeId::Unknown);
-    EXPECT_EQ(div->imageIndex, 0u);
     EXPECT_EQ(div->attributes.at(u"id")->imageIndex, 0);
 }
 
@@ -327,22 +326,6 @@ TEST(ImageWriter, EmptyTextHasARealString)
         .string(u"p")
         .string(u"");
     EXPECT_EQ(image.bytes, expected.data);
-}
-
-TEST(ImageWriter, NodesAreNumberedInPreOrder)
-{
-    Document document(2);
-    auto* a = append(makeElement(u"a"), &document);
-    auto* b = append(makeElement(u"b"), a);
-    auto* c = append(makeText(u"c"), b);
-    auto* d = append(makeElement(u"d"), a);
-    auto* e = append(makeComment(u"e"), &document);
-    writeImage(document);
-    EXPECT_EQ(a->imageIndex, 0u);
-    EXPECT_EQ(b->imageIndex, 1u);
-    EXPECT_EQ(c->imageIndex, 2u);
-    EXPECT_EQ(d->imageIndex, 3u);
-    EXPECT_EQ(e->imageIndex, 4u);
 }
 
 std::uint32_t readU32(const std::vector<std::uint8_t>& bytes, std::size_t at)
