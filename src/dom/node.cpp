@@ -122,7 +122,7 @@ bool isTextNode(const Node* node)
 
 void appendText(Node* target, const Node* text)
 {
-    static_cast<CharacterData*>(target)->data.append(static_cast<const CharacterData*>(text)->data);
+    static_cast<CharacterData*>(target)->appendData(static_cast<const CharacterData*>(text)->data);
 }
 
 }  // namespace
@@ -189,7 +189,7 @@ void appendCharacter(char16_t unit, Node* parent, ParseHeap* heap)
     if (!canHoldChildren(parent)) return;
     Node* last = parent->lastChild();
     if (isTextNode(last)) {
-        static_cast<CharacterData*>(last)->data.push_back(unit);
+        static_cast<CharacterData*>(last)->appendData(unit);
         return;
     }
     auto text = makeNodeOnHeap<TextNode>(heap, unit);
@@ -202,7 +202,7 @@ void appendCharacters(const char16_t* units, std::size_t count, Node* parent, Pa
     if (count == 0 || !canHoldChildren(parent)) return;
     Node* last = parent->lastChild();
     if (isTextNode(last)) {
-        static_cast<CharacterData*>(last)->data.append(units, count);
+        static_cast<CharacterData*>(last)->appendData(std::u16string_view(units, count));
         return;
     }
     auto text = makeNodeOnHeap<TextNode>(heap, std::u16string_view(units, count));

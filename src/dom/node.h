@@ -88,38 +88,47 @@ public:
     NodeList children;
 };
 
-// A node that carries text: a TextNode or a Comment.
+// A node that carries text: a TextNode or a Comment. The text draws on the
+// heap that the node's child list names, the one the node is made from (see
+// makeNodeOnHeap), so that the node keeps its heap once.
 class CharacterData : public Node {
 public:
     // Comments start from a whole text.
-    CharacterData(std::u16string_view text, ParseHeap* heap)
-        : Node(NodeType::Comment), data(text, heap)
+    CharacterData(std::u16string_view text, ParseHeap* heap) : CharacterData(NodeType::Comment, text, heap)
     {
     }
+    ~CharacterData() override { data.release(children.heap()); }
     void writeMarkup(UString& out) override = 0;
 
+    // Appends a run of units, or one unit, to the text.
+    void appendData(std::u16string_view units) { data.append(units, children.heap()); }
+    void appendData(char16_t unit) { data.push_back(unit, children.heap()); }
+    // Replaces the text.
+    void setData(std::u16string_view units) { data.assign(units, children.heap()); }
+
+    // Read here; changed through the functions above, which know its heap.
     CharacterText data;
 
 protected:
     // Text begins as one character or as a run of them, and grows by
     // appendCharacter.
     CharacterData(NodeType type, char16_t firstUnit, ParseHeap* heap)
-        : Node(type), data(std::u16string_view(&firstUnit, 1), heap)
+        : CharacterData(type, std::u16string_view(&firstUnit, 1), heap)
     {
     }
     CharacterData(NodeType type, std::u16string_view units, ParseHeap* heap)
         : Node(type), data(units, heap)
     {
+        children = NodeList(heap);
     }
 };
 
+// Texts and comments are made with the heap their text draws on: on the
+// stack or by makeNodeOnHeap, never by makeNode, which would give the node a
+// heap of its own choosing.
 class TextNode : public CharacterData {
 public:
-    // The text is kept on the heap when one is given.
-    explicit TextNode(char16_t firstUnit, ParseHeap* heap = nullptr)
-        : CharacterData(NodeType::Text, firstUnit, heap)
-    {
-    }
+    TextNode(char16_t firstUnit, ParseHeap* heap) : CharacterData(NodeType::Text, firstUnit, heap) {}
     // A text that starts as a whole run of units (at least one).
     TextNode(std::u16string_view units, ParseHeap* heap) : CharacterData(NodeType::Text, units, heap) {}
     std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
@@ -128,11 +137,7 @@ public:
 
 class Comment : public CharacterData {
 public:
-    // The text is kept on the heap when one is given.
-    explicit Comment(std::u16string_view text, ParseHeap* heap = nullptr)
-        : CharacterData(text, heap)
-    {
-    }
+    Comment(std::u16string_view text, ParseHeap* heap) : CharacterData(text, heap) {}
     std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
     void writeMarkup(UString& out) override;
 };

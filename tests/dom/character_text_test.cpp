@@ -1,5 +1,6 @@
 // The text of text nodes and comments: units in place up to four, a block of
-// the heap beyond, and the block's way back.
+// the heap beyond, and the block's way back. The text keeps no heap: each
+// call is given the one its owner knows, and the owner gives the block back.
 
 #include "dom/character_text.h"
 
@@ -17,11 +18,12 @@ TEST(CharacterText, ShortTextsStayInsideTheObject)
     const auto* object = reinterpret_cast<const char*>(&text);
     const auto* units = reinterpret_cast<const char*>(text.data());
     EXPECT_TRUE(units >= object && units < object + sizeof(CharacterText));
-    text.push_back(u'd');
+    text.push_back(u'd', owner.get());
     EXPECT_EQ(text, u"abcd");
     units = reinterpret_cast<const char*>(text.data());
     EXPECT_TRUE(units >= object && units < object + sizeof(CharacterText));
-    EXPECT_EQ(sizeof(CharacterText), 24u);
+    EXPECT_EQ(sizeof(CharacterText), 16u);
+    text.release(owner.get());
 }
 
 TEST(CharacterText, LongerTextsMoveToABlockOfTheirHeap)
@@ -29,15 +31,21 @@ TEST(CharacterText, LongerTextsMoveToABlockOfTheirHeap)
     ParseHeapOwner owner;
     ParseHeap& heap = *owner.get();
     CharacterText text(u"abcd", &heap);
-    text.push_back(u'e');
+    text.push_back(u'e', &heap);
     EXPECT_EQ(text, u"abcde");
     EXPECT_EQ(text.size(), 5u);
-    EXPECT_EQ(text.heap(), &heap);
     // The block holds eight units: the next block of that size is another.
     const char16_t* block = text.data();
     void* other = heap.allocate(8 * sizeof(char16_t));
     EXPECT_NE(other, static_cast<const void*>(block));
     heap.deallocate(other, 8 * sizeof(char16_t));
+    // Released, the block is the next one of its size again, and the text
+    // is empty.
+    text.release(&heap);
+    EXPECT_TRUE(text.empty());
+    void* reused = heap.allocate(8 * sizeof(char16_t));
+    EXPECT_EQ(reused, static_cast<const void*>(block));
+    heap.deallocate(reused, 8 * sizeof(char16_t));
 }
 
 TEST(CharacterText, AGrownTextGivesItsOldBlockBack)
@@ -46,13 +54,14 @@ TEST(CharacterText, AGrownTextGivesItsOldBlockBack)
     ParseHeap& heap = *owner.get();
     CharacterText text(u"abcdefgh", &heap);
     const void* first = text.data();
-    text.append(u"ijklmnop");
+    text.append(u"ijklmnop", &heap);
     EXPECT_EQ(text, u"abcdefghijklmnop");
     EXPECT_NE(static_cast<const void*>(text.data()), first);
     // The block of eight units is free again for the next of its size.
     void* reused = heap.allocate(8 * sizeof(char16_t));
     EXPECT_EQ(reused, first);
     heap.deallocate(reused, 8 * sizeof(char16_t));
+    text.release(&heap);
 }
 
 TEST(CharacterText, GrowsUnitByUnitAndKeepsEveryUnit)
@@ -62,27 +71,29 @@ TEST(CharacterText, GrowsUnitByUnitAndKeepsEveryUnit)
     std::u16string expected;
     for (int index = 0; index < 5000; ++index) {
         const auto unit = static_cast<char16_t>(u'a' + index % 26);
-        text.push_back(unit);
+        text.push_back(unit, nullptr);
         expected.push_back(unit);
     }
     EXPECT_EQ(text, expected);
-    EXPECT_EQ(text.heap(), nullptr);
+    text.release(nullptr);
 }
 
 TEST(CharacterText, AppendingItselfAndAssigningPartOfItselfWork)
 {
     ParseHeapOwner owner;
-    CharacterText text(u"abc", owner.get());
-    text.append(text.view());
+    ParseHeap* heap = owner.get();
+    CharacterText text(u"abc", heap);
+    text.append(text.view(), heap);
     EXPECT_EQ(text, u"abcabc");
-    text.append(text.view());
+    text.append(text.view(), heap);
     EXPECT_EQ(text, u"abcabcabcabc");
-    text = text.view().substr(3, 5);
+    text.assign(text.view().substr(3, 5), heap);
     EXPECT_EQ(text, u"abcab");
-    text = u"";
+    text.assign(u"", heap);
     EXPECT_TRUE(text.empty());
-    text += u"xy";
+    text.append(u"xy", heap);
     EXPECT_EQ(text, u"xy");
+    text.release(heap);
 }
 
 TEST(CharacterText, UnitsZeroAndAboveAreKeptAsTheyAre)

@@ -12,7 +12,7 @@ namespace {
 
 NodeRef textOf(char16_t unit)
 {
-    return makeNode<TextNode>(nullptr, unit);
+    return makeNodeOnHeap<TextNode>(nullptr, unit);
 }
 
 std::u16string unitsOf(const NodeList& list)

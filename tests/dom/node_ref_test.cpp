@@ -96,7 +96,7 @@ TEST(NodeRef, EmptyReferencesCompareEqualToNull)
     EXPECT_TRUE(none == nullptr);
     EXPECT_FALSE(none);
     EXPECT_EQ(refCast<Element>(none).get(), nullptr);
-    NodeRef some = makeNode<TextNode>(nullptr, u'x');
+    NodeRef some = makeNodeOnHeap<TextNode>(nullptr, u'x');
     EXPECT_TRUE(some != nullptr);
     EXPECT_TRUE(some != none);
 }

@@ -375,10 +375,10 @@ TEST(NodeLifetime, ChildHeldElsewhereSurvivesItsParentDetached)
 
 TEST(NodeLifetime, NodesStartInHtmlNamespace)
 {
-    TextNode text(u'a');
+    TextNode text(u'a', nullptr);
     EXPECT_EQ(text.getNamespaceId(), NamespaceId::Html);
     EXPECT_FALSE(text.hiddenFromMarkup);
-    Comment comment(u"c");
+    Comment comment(u"c", nullptr);
     EXPECT_EQ(comment.getNodeType(), NodeType::Comment);
     EXPECT_EQ(text.getNodeType(), NodeType::Text);
     Document document(2);

@@ -77,12 +77,12 @@ TEST(ParseHeap, ObjectsOutliveTheOwnerOfTheirHeap)
     bool elementDestroyed = false;
     {
         ParseHeapOwner owner;
-        text = makeNode<TextNode>(owner.get(), u'a');
+        text = makeNodeOnHeap<TextNode>(owner.get(), u'a');
         auto element = makeNode<WatchedElement>(owner.get(), elementDestroyed);
         element->name = u"kept";
         auto parent = makeNode<Element>(owner.get(), TagId::Unknown, NodeType::Element);
         appendChild(element, parent.get());
-        text->data += u"bc";
+        text->appendData(u"bc");
     }
     // The owner is gone; the objects and their memory are still there.
     EXPECT_EQ(text->data, u"abc");
@@ -92,7 +92,7 @@ TEST(ParseHeap, ObjectsOutliveTheOwnerOfTheirHeap)
 
 TEST(ParseHeap, WithoutAHeapObjectsComeFromTheGeneralAllocator)
 {
-    auto text = makeNode<TextNode>(nullptr, u'x');
+    auto text = makeNodeOnHeap<TextNode>(nullptr, u'x');
     EXPECT_EQ(text->data, u"x");
 }
 
@@ -115,15 +115,15 @@ TEST(ParseHeap, TextsAndCommentsKeepTheirTextOnTheHeapGiven)
     insertCharacterBefore(u'y', parent->children[0], parent.get(), owner.get());
     ASSERT_EQ(parent->children.size(), 2u);
     for (const NodeRef& child : parent->children) {
-        EXPECT_EQ(static_cast<TextNode&>(*child).data.heap(), owner.get());
+        EXPECT_EQ(child->children.heap(), owner.get());
     }
     EXPECT_EQ(static_cast<TextNode&>(*parent->children[1]).data.size(), 300u);
 
     Comment onHeap(u"note", owner.get());
     EXPECT_EQ(onHeap.data, u"note");
-    EXPECT_EQ(onHeap.data.heap(), owner.get());
-    EXPECT_EQ(Comment(u"note").data.heap(), nullptr);
-    EXPECT_EQ(TextNode(u'a').data.heap(), nullptr);
+    EXPECT_EQ(onHeap.children.heap(), owner.get());
+    EXPECT_EQ(Comment(u"note", nullptr).children.heap(), nullptr);
+    EXPECT_EQ(TextNode(u'a', nullptr).children.heap(), nullptr);
 }
 
 TEST(ParseHeap, NodesDrawTheirChildListsFromTheirHeap)

@@ -53,14 +53,14 @@ inline Ref<Element> makeElement(const std::u16string& name,
 
 inline Ref<TextNode> makeText(const std::u16string& text)
 {
-    auto node = makeNode<TextNode>(nullptr, text.empty() ? u'\0' : text[0]);
-    node->data = text;
+    auto node = makeNodeOnHeap<TextNode>(nullptr, text.empty() ? u'\0' : text[0]);
+    node->setData(text);
     return node;
 }
 
 inline Ref<Comment> makeComment(const std::u16string& text)
 {
-    return makeNode<Comment>(nullptr, text);
+    return makeNodeOnHeap<Comment>(nullptr, text);
 }
 
 // Appends child to parent and returns the child, for chains in tests.
