@@ -145,7 +145,6 @@ Element::Element(const TagTokenRef& startTag)
 {
     prefix = startTag->prefix;
     const TagRow* row = startTag->getTagId() != TagId::Unknown ? startTag->tagEntry : nullptr;
-    if (row && row->category == TagCategory::Formatting) token = startTag;
     // A name as the list writes it is kept as the list's text, which also
     // tells the name's row without a lookup.
     const UString& listed = row ? tagNameString(static_cast<std::int32_t>(row->id)) : sharedEmptyString();
@@ -249,6 +248,22 @@ bool Element::isSelfClosing() const
     return selfClosing;
 }
 
+FormattingElement::FormattingElement(const TagTokenRef& startTag) : Element(startTag), token(startTag)
+{
+    keepsStartTag = true;
+}
+
+const TagTokenRef& Element::getToken() const
+{
+    static const TagTokenRef none;
+    return keepsStartTag ? static_cast<const FormattingElement*>(this)->token : none;
+}
+
+void Element::releaseStartTag()
+{
+    if (keepsStartTag) static_cast<FormattingElement*>(this)->token.reset();
+}
+
 TableCellElement::TableCellElement(const TagTokenRef& startTag) : Element(startTag)
 {
     for (const auto& entry : startTag->attributes) {
@@ -292,17 +307,21 @@ bool isSameFormatting(const Element& a, const Element& b)
     return true;
 }
 
+Ref<Element> makeElementForTag(const TagTokenRef& startTag, ParseHeap* heap)
+{
+    const TagId id = startTag->getTagId();
+    if (id == TagId::Td || id == TagId::Th) return makeNode<TableCellElement>(heap, startTag);
+    if (id != TagId::Unknown && startTag->tagEntry->category == TagCategory::Formatting) {
+        return makeNode<FormattingElement>(heap, startTag);
+    }
+    return makeNode<Element>(heap, startTag);
+}
+
 NodeRef createElementFromToken(const TagTokenRef& startTag, NamespaceId namespaceId,
                                std::int32_t documentKind, ParseHeap* heap)
 {
     if (!startTag || startTag->type != TokenType::StartTag) return nullptr;
-    TagId id = startTag->getTagId();
-    Ref<Element> element;
-    if (id == TagId::Td || id == TagId::Th) {
-        element = makeNode<TableCellElement>(heap, startTag);
-    } else {
-        element = makeNode<Element>(heap, startTag);
-    }
+    Ref<Element> element = makeElementForTag(startTag, heap);
     // Case preserving parsing (kind 2) gives elements from tags no namespace.
     element->namespaceId = documentKind == 2 ? NamespaceId::None : namespaceId;
     return element;

@@ -61,9 +61,7 @@ public:
     Element(TagId id, NodeType type) : Node(type), tagId(id) {}
     // An element made from a start tag: takes the tag's name, prefix and
     // self-closing flag, and shares its attributes, which now belong to this
-    // element. Only an element of a formatting tag keeps the tag itself: the
-    // list of active formatting elements makes new elements from the tags of
-    // its entries, and no other element is ever made again from its tag.
+    // element. It does not keep the tag: only a FormattingElement does.
     explicit Element(const TagTokenRef& startTag);
     ~Element() override = default;
 
@@ -90,9 +88,11 @@ public:
     // this element or an ancestor; the shared empty string when there is none.
     const UString& findNamespaceUri(const UString& wantedPrefix);
     bool isSelfClosing() const;
-    const TagTokenRef& getToken() const { return token; }
+    // The start tag that a FormattingElement keeps; null for any other
+    // element and once released.
+    const TagTokenRef& getToken() const;
     // Lets go of the start tag once no new element will be made from it.
-    void releaseStartTag() { token.reset(); }
+    void releaseStartTag();
 
     // The small fields come first: they fill the room that the node's own
     // fields leave at their end.
@@ -102,18 +102,31 @@ public:
     // True while the element is an entry of the list of active formatting
     // elements, the one place that makes new elements from its start tag.
     bool inFormattingList : 1 = false;
+    // True for a FormattingElement.
+    bool keepsStartTag : 1 = false;
     // The element's name; empty until asked for when the element was made
     // from its tag id alone.
     CompactText name;
     AttributeMap attributes;
     CompactText prefix;
     const UString* namespaceUriCache = nullptr;
-    TagTokenRef token;
 
 private:
     void cacheRow(const TagRow* row);
     // The row a lookup of the name finds, or null.
     const TagRow* rowOfName() const;
+};
+
+// An element of a formatting tag (a, b, font, nobr and the like). It keeps
+// its start tag: the list of active formatting elements makes new elements
+// from the tags of its entries, and no other element is ever made again from
+// its tag, so the others need no room for one.
+class FormattingElement : public Element {
+public:
+    explicit FormattingElement(const TagTokenRef& startTag);
+    ~FormattingElement() override = default;
+
+    TagTokenRef token;
 };
 
 // The marker entry of the list of active formatting elements. Never in a tree.
@@ -142,8 +155,13 @@ public:
 // tag id, namespace and attributes (names, values and prefixes).
 bool isSameFormatting(const Element& a, const Element& b);
 
-// Makes the element for a start tag: a TableCellElement for td and th, an
-// Element otherwise; null for any other token. Its namespace is None under
+// The element for a start tag, made from the heap when one is given: a
+// TableCellElement for td and th, a FormattingElement for a formatting tag, an
+// Element otherwise.
+Ref<Element> makeElementForTag(const TagTokenRef& startTag, ParseHeap* heap = nullptr);
+
+// Makes the element for a start tag as makeElementForTag does; null for any
+// other token. Its namespace is None under
 // documentKind 2 and the given one under any other kind. It is made from the
 // heap when one is given.
 NodeRef createElementFromToken(const TagTokenRef& startTag, NamespaceId namespaceId,

@@ -131,7 +131,7 @@ void TreeConstructor::reconstructActiveFormatting(bool foster)
     // where the current node is, in the list's order.
     for (std::size_t position = start; position < entries.size(); ++position) {
         Node* entry = entries[position].get();
-        auto clone = makeNode<Element>(heap(), static_cast<Element&>(*entry).getToken());
+        auto clone = makeElementForTag(static_cast<Element&>(*entry).getToken(), heap());
         if (foster) {
             insertFosterParented(clone);
         } else {

@@ -26,7 +26,7 @@ Element& asElement(const NodeRef& node)
 // attributes (shared), no parent, no children, namespace HTML.
 NodeRef cloneFromToken(const NodeRef& element, ParseHeap* heap)
 {
-    return makeNode<Element>(heap, asElement(element).getToken());
+    return makeElementForTag(asElement(element).getToken(), heap);
 }
 
 // The furthest block: of the special elements above the formatting element at

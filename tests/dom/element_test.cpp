@@ -120,7 +120,7 @@ TEST(ElementIdentity, MarkerIsNeverAnElement)
 TEST(ElementAttributes, ElementSharesTheTokensAttributesAndOwnsThem)
 {
     auto token = makeStartTag(u"a", {{u"href", u"x"}, {u"id", u"y"}});
-    auto element = makeNode<Element>(nullptr, token);
+    auto element = makeElementForTag(token);
     ASSERT_EQ(element->attributes.size(), 2u);
     EXPECT_EQ(element->attributes.at(u"href"), token->attributes.at(u"href"));
     EXPECT_EQ(element->attributes.at(u"href")->owner, element.get());
@@ -238,14 +238,13 @@ TEST(ElementStartTag, OnlyFormattingElementsKeepTheirTag)
 {
     for (const char16_t* name : {u"a", u"b", u"font", u"nobr", u"u"}) {
         auto token = makeStartTag(name);
-        EXPECT_EQ(makeNode<Element>(nullptr, token)->getToken(), token);
+        EXPECT_EQ(makeElementForTag(token)->getToken(), token);
     }
     for (const char16_t* name : {u"div", u"p", u"table", u"B", u"custom"}) {
-        EXPECT_EQ(makeNode<Element>(nullptr, makeStartTag(name))->getToken(), nullptr)
-           ;
+        EXPECT_EQ(makeElementForTag(makeStartTag(name))->getToken(), nullptr);
     }
     auto cell = makeStartTag(u"td", {{u"colspan", u"2"}});
-    EXPECT_EQ(makeNode<TableCellElement>(nullptr, cell)->getToken(), nullptr);
+    EXPECT_EQ(makeElementForTag(cell)->getToken(), nullptr);
 }
 
 TEST(ElementStartTag, TagIdComesFromTheTagsRowOrFromALookup)

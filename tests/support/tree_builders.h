@@ -48,7 +48,7 @@ inline Ref<Element> makeElement(const std::u16string& name,
                                 std::initializer_list<AttributeSpec> attributes = {},
                                 const std::u16string& prefix = u"")
 {
-    return makeNode<Element>(nullptr, makeStartTag(name, attributes, prefix));
+    return makeElementForTag(makeStartTag(name, attributes, prefix));
 }
 
 inline Ref<TextNode> makeText(const std::u16string& text)
