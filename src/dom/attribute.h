@@ -4,24 +4,29 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "dom/binary_serializable.h"
+#include "dom/compact_text.h"
 #include "dom/names.h"
+#include "dom/node_ref.h"
+#include "dom/parse_heap.h"
 #include "library/shared_types.h"
 
 namespace Parsers {
 
 class Element;
 
-// The string every namespace URI lookup returns when nothing is declared.
-const UString& sharedEmptyString();
-
 // An attribute over a string type: UString for tokens and elements, a narrow
-// std::string for the encoding prescan, which reads raw bytes.
+// std::string for the encoding prescan, which reads raw bytes. Attributes of
+// tokens and elements count their references themselves (see makeAttribute)
+// and hold their prefix, nearly always empty, in one pointer.
 template <typename String>
 class BasicAttribute : public BinarySerializable {
 public:
     using CharType = typename String::value_type;
+    using View = std::basic_string_view<CharType>;
+    using Prefix = std::conditional_t<std::is_same_v<String, UString>, CompactText, String>;
 
     BasicAttribute(CharType firstCharacter, TextPosition where) : name(1, firstCharacter)
     {
@@ -65,7 +70,7 @@ public:
         if (prefix.empty()) return name;
         String qualified;
         qualified.reserve(prefix.size() + 1 + name.size());
-        qualified.append(prefix);
+        qualified.append(View(prefix));
         qualified.push_back(static_cast<CharType>(':'));
         qualified.append(name);
         return qualified;
@@ -78,24 +83,34 @@ public:
     // Same name, value and prefix, unit for unit.
     bool equals(const BasicAttribute& other) const
     {
-        return name == other.name && value == other.value && prefix == other.prefix;
+        return name == other.name && value == other.value && View(prefix) == View(other.prefix);
     }
 
     TextPosition position;
     bool duplicate = false;
     NamespaceId namespaceId = NamespaceId::None;
     AttributeId attributeId = AttributeId::Unknown;
+    // The references to the attribute (see Ref).
+    std::uint32_t referenceCount = 0;
     String name;
     String value;
-    String prefix;
+    Prefix prefix;
     const UString* namespaceUriCache = nullptr;
     std::int32_t imageIndex = -1;
     Element* owner = nullptr;
+    // Where makeAttribute took the attribute's memory from; null for the
+    // general allocator.
+    ParseHeap* heap = nullptr;
 };
 
 using Attribute = BasicAttribute<UString>;
 using NarrowAttribute = BasicAttribute<std::string>;
-using AttributeRef = std::shared_ptr<Attribute>;
+using AttributeRef = Ref<Attribute>;
+
+// A new attribute whose name begins with the unit, made from the heap when
+// one is given and from the general allocator otherwise; its first
+// reference.
+AttributeRef makeAttribute(ParseHeap* heap, char16_t firstUnit, TextPosition where);
 
 // The narrow attribute exists for the prescan only and is never written into an
 // image.

@@ -114,30 +114,6 @@ const UString& Attribute::getNamespaceUri()
     return uri;
 }
 
-CompactText& CompactText::operator=(const UString& value)
-{
-    if (value.empty()) {
-        release();
-    } else if ((bits & kOwned) != 0) {
-        *address() = value;
-    } else {
-        bits = reinterpret_cast<std::uintptr_t>(new UString(value)) | kOwned;
-    }
-    return *this;
-}
-
-void CompactText::refer(const UString& constant)
-{
-    release();
-    if (!constant.empty()) bits = reinterpret_cast<std::uintptr_t>(&constant);
-}
-
-void CompactText::release() noexcept
-{
-    if ((bits & kOwned) != 0) delete address();
-    bits = 0;
-}
-
 Element::Element(const TagTokenRef& startTag)
     : Node(NodeType::Element),
       tagId(TagId::Unknown),

@@ -1,7 +1,7 @@
-// Counted references to nodes.
+// Counted references to nodes and attributes.
 //
-// A node counts the references to it in a field of its own, so a reference is
-// one pointer wide and a node needs no separate counter block beside it. The
+// A node or an attribute counts the references to it in a field of its own,
+// so a reference is one pointer wide and needs no separate counter block. The
 // count is a plain number: everything made during a parse is made, shared and
 // released on the parse's thread. A reference is made only by makeNode or
 // from another reference, never from a bare address, so a node on the stack
@@ -11,15 +11,29 @@
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
+#include <string>
 #include <utility>
 
 namespace Parsers {
 
 class Node;
+template <typename String>
+class BasicAttribute;
 
 // Destroys a node whose last reference is gone and gives its memory back to
 // where makeNode took it from (node.cpp).
 void destroyNode(Node* node) noexcept;
+// The same for an attribute and makeAttribute (attribute.cpp).
+void destroyAttribute(BasicAttribute<std::u16string>* attribute) noexcept;
+
+inline void destroyCounted(Node* node) noexcept
+{
+    destroyNode(node);
+}
+inline void destroyCounted(BasicAttribute<std::u16string>* attribute) noexcept
+{
+    destroyAttribute(attribute);
+}
 
 template <typename T>
 class Ref {
@@ -84,7 +98,7 @@ private:
     }
     static void drop(T* node) noexcept
     {
-        if (node && --node->referenceCount == 0) destroyNode(node);
+        if (node && --node->referenceCount == 0) destroyCounted(node);
     }
 
     T* pointer = nullptr;

@@ -97,7 +97,7 @@ public:
     // entered it.
     void beginAttribute(char16_t unit, TextPosition where, ParseHeap* heap = nullptr)
     {
-        currentAttribute = makeShared<Attribute>(heap, unit, where);
+        currentAttribute = makeAttribute(heap, unit, where);
     }
 
     // Enters currentAttribute under its qualified name. An empty qualified name

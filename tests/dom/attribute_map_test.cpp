@@ -17,7 +17,7 @@ namespace {
 
 AttributeRef attributeNamed(const UString& name)
 {
-    auto attribute = std::make_shared<Attribute>(name[0], TextPosition{});
+    auto attribute = makeAttribute(nullptr, name[0], TextPosition{});
     attribute->name = name;
     return attribute;
 }

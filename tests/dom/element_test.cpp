@@ -24,31 +24,6 @@ TEST(ElementIdentity, ElementFromTokenTakesNameAndPrefixAndLooksUpLater)
     EXPECT_EQ(element->category, TagCategory::Unclassified);
 }
 
-TEST(ElementIdentity, CompactTextIsEmptyUntilGivenAndEmptyAgainWhenCleared)
-{
-    CompactText text;
-    EXPECT_TRUE(text.empty());
-    EXPECT_EQ(&text.str(), &sharedEmptyString());
-    text = u"svg";
-    EXPECT_FALSE(text.empty());
-    EXPECT_EQ(text.str(), u"svg");
-    EXPECT_EQ(std::u16string_view(text), u"svg");
-    text = u"xlink";
-    EXPECT_EQ(text, u"xlink");
-    EXPECT_EQ(text.size(), 5u);
-    text = u"";
-    EXPECT_TRUE(text.empty());
-    EXPECT_EQ(&text.str(), &sharedEmptyString());
-    const UString constant = u"kept";
-    text.refer(constant);
-    EXPECT_EQ(&text.str(), &constant);
-    text = u"copied";
-    EXPECT_EQ(constant, u"kept");
-    EXPECT_EQ(text, u"copied");
-    text.refer(UString());
-    EXPECT_TRUE(text.empty());
-}
-
 TEST(ElementIdentity, NamesOfTheListAreSharedAndOtherNamesCopied)
 {
     auto first = makeElement(u"div");

@@ -20,7 +20,7 @@ struct AttributeSpec {
 
 inline AttributeRef makeAttribute(const AttributeSpec& wanted)
 {
-    auto attribute = std::make_shared<Attribute>(wanted.name.empty() ? u'?' : wanted.name[0], TextPosition{});
+    auto attribute = Parsers::makeAttribute(nullptr, wanted.name.empty() ? u'?' : wanted.name[0], TextPosition{});
     attribute->name = wanted.name;
     attribute->value = wanted.value;
     attribute->prefix = wanted.prefix;

@@ -128,16 +128,21 @@ TEST(Token, AppendToNameClearsTheCachedRow)
 
 TEST(Token, BeginAttributeReplacesTheOneBeforeWithoutEnteringIt)
 {
+    ParseHeapOwner owner;
+    ParseHeap& heap = *owner.get();
     TagToken tag(TokenType::StartTag);
-    tag.beginAttribute(u'b', TextPosition{4, 2});
-    std::weak_ptr<Attribute> first = tag.currentAttribute;
-    ASSERT_FALSE(first.expired());
+    tag.beginAttribute(u'b', TextPosition{4, 2}, &heap);
+    const void* first = tag.currentAttribute.get();
+    EXPECT_EQ(tag.currentAttribute.use_count(), 1);
     EXPECT_EQ(tag.currentAttribute->name, u"b");
     EXPECT_TRUE(tag.currentAttribute->value.empty());
     EXPECT_EQ(tag.currentAttribute->position, (TextPosition{4, 2}));
 
-    tag.beginAttribute(u'c', TextPosition{6, 2});
-    EXPECT_TRUE(first.expired());
+    tag.beginAttribute(u'c', TextPosition{6, 2}, &heap);
+    // The first attribute is gone: its block is the next of its size.
+    void* reused = heap.allocate(sizeof(Attribute));
+    EXPECT_EQ(reused, first);
+    heap.deallocate(reused, sizeof(Attribute));
     EXPECT_EQ(tag.currentAttribute->name, u"c");
     EXPECT_TRUE(tag.attributes.empty());
 }

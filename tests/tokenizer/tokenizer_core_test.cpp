@@ -268,7 +268,9 @@ TEST_F(TokenizerCore, TextEndingInAttributeNameAndOneSpaceNeverEnds)
     ASSERT_EQ(run.tokenizer->state, TokenizerState::AfterAttributeName);
     ASSERT_EQ(run.recorder->events.size(), 0u);
     const TagTokenRef tag = run.tokenizer->currentTag;
-    std::weak_ptr<Attribute> previous = tag->currentAttribute;
+    // The addresses of the attributes of the last two turns.
+    const Attribute* previous = tag->currentAttribute.get();
+    const Attribute* beforePrevious = nullptr;
     const std::size_t lines = run.tokenizer->stream->lineEndColumns.size();
     for (int turn = 0; turn < 500; ++turn) {
         // After attribute name at the end: back to data, then a new attribute
@@ -281,11 +283,15 @@ TEST_F(TokenizerCore, TextEndingInAttributeNameAndOneSpaceNeverEnds)
         EXPECT_EQ(run.tokenizer->state, TokenizerState::AfterAttributeName);
         EXPECT_EQ(run.tokenizer->currentTag, tag);
         EXPECT_EQ(tag->attributes.size(), 1u);
-        // The duplicate of the turn before is gone (the first b is in the map).
-        if (turn > 0) {
-            EXPECT_TRUE(previous.expired());
+        // The duplicate of the turn before is gone (the first b is in the
+        // map): each new attribute takes the block that the duplicate before
+        // the last one gave back.
+        EXPECT_EQ(tag->currentAttribute.use_count(), 1);
+        if (turn > 1) {
+            EXPECT_EQ(tag->currentAttribute.get(), beforePrevious);
         }
-        previous = tag->currentAttribute;
+        beforePrevious = previous;
+        previous = tag->currentAttribute.get();
         EXPECT_EQ(run.tokenizer->stream->lineEndColumns.size(), lines);
     }
     const Events events = run.recorder->full();

@@ -1,0 +1,29 @@
+#include "dom/compact_text.h"
+
+namespace Parsers {
+
+CompactText& CompactText::operator=(const UString& value)
+{
+    if (value.empty()) {
+        release();
+    } else if ((bits & kOwned) != 0) {
+        *address() = value;
+    } else {
+        bits = reinterpret_cast<std::uintptr_t>(new UString(value)) | kOwned;
+    }
+    return *this;
+}
+
+void CompactText::refer(const UString& constant)
+{
+    release();
+    if (!constant.empty()) bits = reinterpret_cast<std::uintptr_t>(&constant);
+}
+
+void CompactText::release() noexcept
+{
+    if ((bits & kOwned) != 0) delete address();
+    bits = 0;
+}
+
+}  // namespace Parsers
