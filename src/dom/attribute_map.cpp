@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <vector>
 
 namespace Parsers {
 
@@ -10,6 +11,33 @@ namespace {
 bool keyBefore(const AttributeMap::value_type& entry, std::u16string_view key)
 {
     return std::u16string_view(entry.first) < key;
+}
+
+// The names of the attribute name list as texts that live as long as the
+// program, by attribute id.
+const std::vector<UString>& attributeNameStrings()
+{
+    static const std::vector<UString> texts = [] {
+        std::vector<UString> made(kAttributeCount);
+        for (std::int32_t id = 0; id < kAttributeCount; ++id) {
+            if (const AttributeRow* row = attributeRowById(static_cast<AttributeId>(id))) made[id] = row->name;
+        }
+        return made;
+    }();
+    return texts;
+}
+
+// The entry for a key: a name of the list is kept as the list's text.
+AttributeMap::value_type makeEntry(const UString& key, const AttributeRef& value)
+{
+    AttributeMap::value_type entry{CompactText(), value};
+    const AttributeRow* row = key.empty() ? nullptr : lookupAttributeName(key.data(), key.size());
+    if (row) {
+        entry.first.refer(attributeNameStrings()[static_cast<std::size_t>(row->id)]);
+    } else {
+        entry.first = key;
+    }
+    return entry;
 }
 
 }  // namespace
@@ -114,7 +142,7 @@ std::pair<AttributeMap::const_iterator, bool> AttributeMap::try_emplace(UString 
         // array grows from one entry: most maps keep a single attribute, and
         // room for more made at the start stayed unused in most elements.
         Entries& entries = ownEntries();
-        entries.emplace_back(std::move(key), value);
+        entries.push_back(makeEntry(key, value));
         return {entries.cend() - 1, true};
     }
     const auto existing = find(key);
@@ -130,7 +158,7 @@ std::pair<AttributeMap::const_iterator, bool> AttributeMap::try_emplace(UString 
         return tryAppend(std::move(key), value);
     }
     const auto position = std::lower_bound(entries.begin(), entries.end(), key, keyBefore);
-    return {entries.insert(position, value_type(std::move(key), value)), true};
+    return {entries.insert(position, makeEntry(key, value)), true};
 }
 
 std::pair<AttributeMap::const_iterator, bool> AttributeMap::tryAppend(UString key,
@@ -140,7 +168,7 @@ std::pair<AttributeMap::const_iterator, bool> AttributeMap::tryAppend(UString ke
     const auto [indexed, added] =
         storage->pendingIndex->try_emplace(key, static_cast<std::uint32_t>(entries.size()));
     if (!added) return {entries.cbegin() + indexed->second, false};
-    entries.emplace_back(std::move(key), value);
+    entries.push_back(makeEntry(key, value));
     return {entries.cend() - 1, true};
 }
 

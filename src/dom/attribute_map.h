@@ -29,15 +29,24 @@
 #include <vector>
 
 #include "dom/attribute.h"
+#include "dom/compact_text.h"
 #include "dom/parse_heap.h"
 
 namespace Parsers {
+
+// An entry of the map: the key, and the attribute. The key is one pointer
+// wide: the attribute name list's own text for a key that is a name of the
+// list, a copy of its own otherwise (see CompactText).
+struct AttributeEntry {
+    CompactText first;
+    AttributeRef second;
+};
 
 class AttributeMap {
 public:
     using key_type = UString;
     using mapped_type = AttributeRef;
-    using value_type = std::pair<UString, AttributeRef>;
+    using value_type = AttributeEntry;
     using Entries = std::vector<value_type, ParseHeapAllocator<value_type>>;
     using const_iterator = Entries::const_iterator;
     using iterator = const_iterator;

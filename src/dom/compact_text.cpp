@@ -14,6 +14,15 @@ CompactText& CompactText::operator=(const UString& value)
     return *this;
 }
 
+CompactText& CompactText::operator=(const CompactText& other)
+{
+    if (this == &other) return *this;
+    if (other.isCopy()) return *this = other.str();
+    release();
+    bits = other.bits;
+    return *this;
+}
+
 void CompactText::refer(const UString& constant)
 {
     release();

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
 #include "library/shared_types.h"
 
@@ -18,8 +19,15 @@ const UString& sharedEmptyString();
 class CompactText {
 public:
     CompactText() = default;
-    CompactText(const CompactText&) = delete;
-    CompactText& operator=(const CompactText&) = delete;
+    // A copy keeps the same address, or a copy of its own of a copied text.
+    CompactText(const CompactText& other) { *this = other; }
+    CompactText(CompactText&& other) noexcept : bits(other.bits) { other.bits = 0; }
+    CompactText& operator=(const CompactText& other);
+    CompactText& operator=(CompactText&& other) noexcept
+    {
+        std::swap(bits, other.bits);
+        return *this;
+    }
     ~CompactText() { release(); }
 
     // Keeps a copy of the value; nothing for an empty one.
@@ -29,6 +37,7 @@ public:
     // The address that refer() kept; null for an empty text or a copy.
     const UString* referred() const { return (bits & kOwned) != 0 ? nullptr : address(); }
     bool empty() const { return bits == 0; }
+    bool isCopy() const { return (bits & kOwned) != 0; }
     const UString& str() const { return bits != 0 ? *address() : sharedEmptyString(); }
     const char16_t* data() const { return str().data(); }
     std::size_t size() const { return str().size(); }
@@ -49,6 +58,11 @@ private:
 inline bool operator==(const CompactText& text, std::u16string_view other)
 {
     return std::u16string_view(text) == other;
+}
+
+inline bool operator<(const CompactText& text, std::u16string_view other)
+{
+    return std::u16string_view(text) < other;
 }
 
 }  // namespace Parsers

@@ -29,6 +29,25 @@ std::vector<UString> keysOf(const AttributeMap& map)
     return keys;
 }
 
+// A key that is a name of the attribute name list is kept as the list's text,
+// shared by every map; any other key, one spelled otherwise among them, is a
+// copy of the map's own.
+TEST(AttributeMap, KeysOfListedNamesShareTheListsText)
+{
+    AttributeMap first;
+    AttributeMap second;
+    first.try_emplace(u"href", attributeNamed(u"href"));
+    second.try_emplace(u"href", attributeNamed(u"href"));
+    second.try_emplace(u"HREF", attributeNamed(u"HREF"));
+    second.try_emplace(u"data-x", attributeNamed(u"data-x"));
+    const CompactText& shared = first.begin()->first;
+    EXPECT_FALSE(shared.isCopy());
+    EXPECT_EQ(shared.referred(), second.find(u"href")->first.referred());
+    EXPECT_TRUE(second.find(u"HREF")->first.isCopy());
+    EXPECT_TRUE(second.find(u"data-x")->first.isCopy());
+    EXPECT_EQ(keysOf(second), (std::vector<UString>{u"HREF", u"data-x", u"href"}));
+}
+
 TEST(AttributeMap, OrdersByUnitsShorterFirstAndKeepsTheFirstOfAKey)
 {
     AttributeMap map;

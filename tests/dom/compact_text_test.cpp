@@ -43,5 +43,27 @@ TEST(CompactText, ReferredTellsTheKeptAddressOnly)
     EXPECT_EQ(text.referred(), nullptr);
 }
 
+TEST(CompactText, CopiesKeepTheAddressOrCopyTheirOwn)
+{
+    const UString constant = u"kept";
+    CompactText referring;
+    referring.refer(constant);
+    CompactText copied;
+    copied = u"own";
+    const CompactText first(referring);
+    EXPECT_EQ(first.referred(), &constant);
+    CompactText second(copied);
+    EXPECT_TRUE(second.isCopy());
+    EXPECT_NE(&second.str(), &copied.str());
+    EXPECT_EQ(second, u"own");
+    second = referring;
+    EXPECT_EQ(second.referred(), &constant);
+    second = copied;
+    EXPECT_EQ(second, u"own");
+    CompactText moved(std::move(second));
+    EXPECT_EQ(moved, u"own");
+    EXPECT_TRUE(second.empty());
+}
+
 }  // namespace
 }  // namespace Parsers
