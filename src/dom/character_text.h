@@ -1,13 +1,15 @@
 // The text of a TextNode or a Comment.
 //
 // A parse makes a text node for nearly every run of characters between two
-// tags, so the size of the text object itself counts: 16 bytes, where a
-// string with its allocator takes 40. Up to four units stand in the place of
-// the pointer to the units; a longer text takes a block from a heap, or from
-// the general allocator without one. The text does not keep the heap: its
-// owner, which knows it already, passes the same heap to every call that may
-// take or give back a block, and gives the text's block back with release()
-// before the text goes. No zero unit follows the units.
+// tags, so both the text object and its units count. The object takes 16
+// bytes. While every unit of a text is below 256, as in most texts, its
+// units take one byte each; the first unit at or above 256 widens the whole
+// text to two bytes a unit. Up to eight bytes of units stand in the place of
+// the pointer to them; a longer text takes a block from a heap, or from the
+// general allocator without one. The text does not keep the heap: its owner,
+// which knows it already, passes the same heap to every call that may take or
+// give back a block, and gives the block back with release() before the text
+// goes. No zero unit follows the units.
 #pragma once
 
 #include <cstddef>
@@ -16,12 +18,13 @@
 #include <string_view>
 
 #include "dom/parse_heap.h"
+#include "library/shared_types.h"
 
 namespace Parsers {
 
 class CharacterText {
 public:
-    CharacterText(std::u16string_view units, ParseHeap* heap);
+    CharacterText(std::u16string_view units, ParseHeap* heap) : external(nullptr) { append(units, heap); }
     CharacterText(const CharacterText&) = delete;
     CharacterText& operator=(const CharacterText&) = delete;
 
@@ -31,52 +34,95 @@ public:
     void append(std::u16string_view extra, ParseHeap* heap)
     {
         const std::size_t needed = std::size_t{length} + extra.size();
-        if (needed > capacity) {
-            growAndAppend(needed, extra, heap);
-            return;
+        if (needed <= unitCapacity()) {
+            if (wide) {
+                // memmove: the new units may be some of the text's own.
+                if (!extra.empty()) std::memmove(wideUnits() + length, extra.data(), extra.size() * 2);
+                length = static_cast<std::uint32_t>(needed);
+                return;
+            }
+            if (narrowInto(narrowUnits() + length, extra)) {
+                length = static_cast<std::uint32_t>(needed);
+                return;
+            }
         }
-        // memmove: the new units may be some of the text's own.
-        if (!extra.empty()) std::memmove(units() + length, extra.data(), extra.size() * sizeof(char16_t));
-        length = static_cast<std::uint32_t>(needed);
+        appendAndGrow(extra, heap);
     }
     void push_back(char16_t unit, ParseHeap* heap)
     {
-        if (length < capacity) {
-            units()[length++] = unit;
-        } else {
-            growAndAppend(std::size_t{length} + 1, std::u16string_view(&unit, 1), heap);
+        if (length < unitCapacity()) {
+            if (wide) {
+                wideUnits()[length++] = unit;
+                return;
+            }
+            if (unit < 256) {
+                narrowUnits()[length++] = static_cast<std::uint8_t>(unit);
+                return;
+            }
         }
+        appendAndGrow(std::u16string_view(&unit, 1), heap);
     }
+    // Appends the units of another text.
+    void append(const CharacterText& other, ParseHeap* heap);
     // Gives the block back; the text is empty afterwards.
     void release(ParseHeap* heap) noexcept;
 
     std::size_t size() const { return length; }
     bool empty() const { return length == 0; }
-    const char16_t* data() const { return isInline() ? inlineUnits : external; }
-    std::u16string_view view() const { return std::u16string_view(data(), length); }
-    operator std::u16string_view() const { return view(); }
+    // True once a unit at or above 256 made the units two bytes each.
+    bool isWide() const { return wide; }
+    // The units, one byte each, of a text that is not wide.
+    const std::uint8_t* narrowData() const { return isInline() ? inlineBytes : static_cast<std::uint8_t*>(external); }
+    // The units of a wide text.
+    const char16_t* wideData() const
+    {
+        return isInline() ? inlineUnits : static_cast<char16_t*>(external);
+    }
+    // The units at two bytes each, appended to `out`.
+    void appendTo(UString& out) const;
+    UString str() const
+    {
+        UString out;
+        appendTo(out);
+        return out;
+    }
 
 private:
-    static constexpr std::uint32_t kInlineUnits = 4;
+    static constexpr std::uint32_t kInlineBytes = 8;
 
-    bool isInline() const { return capacity <= kInlineUnits; }
-    char16_t* units() { return isInline() ? inlineUnits : external; }
-    // Room for `needed` units, the units there so far kept. `extra` is a
-    // text to copy behind them, read before an old block goes: it may lie
-    // in that block.
-    void growAndAppend(std::size_t needed, std::u16string_view extra, ParseHeap* heap);
+    bool isInline() const { return capacityBytes <= kInlineBytes; }
+    std::size_t unitCapacity() const { return wide ? capacityBytes / 2 : capacityBytes; }
+    std::uint8_t* narrowUnits() { return const_cast<std::uint8_t*>(narrowData()); }
+    char16_t* wideUnits() { return const_cast<char16_t*>(wideData()); }
+    // Copies the low bytes of the units to `to`; false when one of the units
+    // is 256 or above, whose bytes then mean nothing.
+    static bool narrowInto(std::uint8_t* to, std::u16string_view from)
+    {
+        char16_t high = 0;
+        for (std::size_t index = 0; index < from.size(); ++index) {
+            high |= from[index];
+            to[index] = static_cast<std::uint8_t>(from[index]);
+        }
+        return high < 256;
+    }
+    // Appends `extra` where the room or the width does not suffice: moves the
+    // units to a larger block, wide when one of them needs it.
+    void appendAndGrow(std::u16string_view extra, ParseHeap* heap);
+    // Moves the units to a new block of room for at least `units` units, of
+    // two bytes each when `wideAfter`. A text that was wide stays wide.
+    void grow(std::size_t units, bool wideAfter, ParseHeap* heap);
 
     union {
-        char16_t* external;
-        char16_t inlineUnits[kInlineUnits];
+        void* external;
+        std::uint8_t inlineBytes[kInlineBytes];
+        char16_t inlineUnits[kInlineBytes / 2];
     };
     std::uint32_t length = 0;
-    std::uint32_t capacity = kInlineUnits;
+    std::uint32_t capacityBytes : 31 = kInlineBytes;
+    bool wide : 1 = false;
 };
 
-inline bool operator==(const CharacterText& text, std::u16string_view other)
-{
-    return text.view() == other;
-}
+// Unit for unit, whatever the width of the text.
+bool operator==(const CharacterText& text, std::u16string_view other);
 
 }  // namespace Parsers

@@ -204,7 +204,7 @@ void Element::writeMarkup(UString& out)
 void Comment::writeMarkup(UString& out)
 {
     out.append(u"<!--");
-    out.append(data);
+    data.appendTo(out);
     out.append(u"-->");
 }
 
@@ -241,10 +241,10 @@ void TextNode::writeMarkup(UString& out)
     const bool caseFoldingOrNone = !owner || owner->documentKind == 1;
     if (caseFoldingOrNone && parent && parent->nodeType == NodeType::Element &&
         isRawTextParent(static_cast<Element*>(parent)->getTagId())) {
-        out.append(data);
+        data.appendTo(out);
         return;
     }
-    out.append(escapeMarkup(data, false));
+    out.append(escapeMarkup(data.str(), false));
 }
 
 }  // namespace Parsers

@@ -103,6 +103,7 @@ public:
     // Appends a run of units, or one unit, to the text.
     void appendData(std::u16string_view units) { data.append(units, children.heap()); }
     void appendData(char16_t unit) { data.push_back(unit, children.heap()); }
+    void appendData(const CharacterText& units) { data.append(units, children.heap()); }
     // Replaces the text.
     void setData(std::u16string_view units) { data.assign(units, children.heap()); }
 

@@ -15,19 +15,30 @@ std::uint64_t mixWord(std::uint64_t lane, std::uint64_t word)
     return lane ^ (lane >> 32);
 }
 
-// Eight bytes of units mixed into a lane.
-std::uint64_t mixBlock(std::uint64_t lane, const char16_t* units)
+// Four units as the eight bytes that they take at two bytes each, from units
+// of either width: the hash of a text is the same in both.
+std::uint64_t fourUnits(const char16_t* units)
 {
     std::uint64_t block;
     std::memcpy(&block, units, sizeof block);
-    return mixWord(lane, block);
+    return block;
+}
+
+std::uint64_t fourUnits(const std::uint8_t* units)
+{
+    std::uint32_t bytes;
+    std::memcpy(&bytes, units, sizeof bytes);
+    std::uint64_t block = bytes;
+    block = (block | (block << 16)) & 0x0000FFFF0000FFFFull;
+    return (block | (block << 8)) & 0x00FF00FF00FF00FFull;
 }
 
 // A hash of the units. Texts are long, and each step of a single chain of
 // mixing waits for the one before it, so the bulk of a text goes through four
 // independent lanes, 32 bytes a round, which are folded together at the end;
 // what is left goes eight bytes and then one unit at a time.
-std::uint64_t hashUnits(const char16_t* units, std::size_t count)
+template <typename Unit>
+std::uint64_t hashUnits(const Unit* units, std::size_t count)
 {
     std::uint64_t hash = 0x9E3779B97F4A7C15ull ^ count;
     std::size_t index = 0;
@@ -35,16 +46,50 @@ std::uint64_t hashUnits(const char16_t* units, std::size_t count)
         std::uint64_t lanes[4] = {hash, hash + 1, hash + 2, hash + 3};
         for (; index + 16 <= count; index += 16) {
             for (std::size_t lane = 0; lane < 4; ++lane) {
-                lanes[lane] = mixBlock(lanes[lane], units + index + 4 * lane);
+                lanes[lane] = mixWord(lanes[lane], fourUnits(units + index + 4 * lane));
             }
         }
         for (std::uint64_t lane : lanes) hash = mixWord(hash, lane);
     }
-    for (; index + 4 <= count; index += 4) hash = mixBlock(hash, units + index);
+    for (; index + 4 <= count; index += 4) hash = mixWord(hash, fourUnits(units + index));
     for (; index < count; ++index) hash = (hash ^ units[index]) * 0x100000001B3ull;
     hash ^= hash >> 29;
     hash *= 0xBF58476D1CE4E5B9ull;
     return hash ^ (hash >> 32);
+}
+
+std::uint64_t hashOf(const TableString& text)
+{
+    if (text.wide) return hashUnits(static_cast<const char16_t*>(text.units), text.length);
+    return hashUnits(static_cast<const std::uint8_t*>(text.units), text.length);
+}
+
+// Equal lengths assumed.
+bool sameUnits(const TableString& a, const TableString& b)
+{
+    if (a.wide == b.wide) return std::memcmp(a.units, b.units, std::size_t{a.length} * (a.wide ? 2 : 1)) == 0;
+    const TableString& narrow = a.wide ? b : a;
+    const TableString& wide = a.wide ? a : b;
+    const auto* bytes = static_cast<const std::uint8_t*>(narrow.units);
+    const auto* units = static_cast<const char16_t*>(wide.units);
+    for (std::size_t index = 0; index < a.length; ++index) {
+        if (bytes[index] != units[index]) return false;
+    }
+    return true;
+}
+
+// The units at two bytes each, little-endian, at `to`.
+void copyUnits(std::uint8_t* to, const TableString& text)
+{
+    if (text.wide) {
+        std::memcpy(to, text.units, 2 * std::size_t{text.length});
+        return;
+    }
+    const auto* bytes = static_cast<const std::uint8_t*>(text.units);
+    for (std::size_t index = 0; index < text.length; ++index) {
+        to[2 * index] = bytes[index];
+        to[2 * index + 1] = 0;
+    }
 }
 
 std::size_t slotCountFor(std::size_t strings)
@@ -61,18 +106,17 @@ StringTable::StringTable(std::size_t expectedStrings) : slots(slotCountFor(expec
     entries.reserve(expectedStrings);
 }
 
-std::uint32_t StringTable::number(std::u16string_view text)
+std::uint32_t StringTable::number(TableString text)
 {
-    const auto hashHigh = static_cast<std::uint32_t>(hashUnits(text.data(), text.size()) >> 32);
+    const auto hashHigh = static_cast<std::uint32_t>(hashOf(text) >> 32);
     const std::size_t mask = slots.size() - 1;
     for (std::size_t slot = hashHigh & mask;; slot = (slot + 1) & mask) {
         const Slot& candidate = slots[slot];
         if (candidate.numberPlusOne == 0) return add(text, hashHigh, slot);
         if (candidate.hashHigh != hashHigh) continue;
         const std::uint32_t number = candidate.numberPlusOne - 1;
-        const std::u16string_view known = entries[number];
-        if (known.size() == text.size() &&
-            std::memcmp(known.data(), text.data(), 2 * text.size()) == 0) {
+        const TableString& known = entries[number];
+        if (known.length == text.length && sameUnits(known, text)) {
             keepAnswer(std::uint64_t{number} + kNumberBias);
             return number;
         }
@@ -103,9 +147,9 @@ std::uint32_t StringTable::replayAnswer()
     if (byte == kNewCode) {
         // The answer that made the number: the string goes into the image now.
         const std::uint32_t number = replayed.nextNumber++;
-        const std::u16string_view text = entries[number];
-        std::memcpy(area + replayed.nextOffset, text.data(), 2 * text.size());
-        replayed.nextOffset += 2ull * text.size() + 2;
+        const TableString& text = entries[number];
+        copyUnits(area + replayed.nextOffset, text);
+        replayed.nextOffset += 2ull * text.length + 2;
         return number;
     }
     if (byte == kNoStringCode) return kNoString;
@@ -117,12 +161,12 @@ std::uint32_t StringTable::replayAnswer()
     return static_cast<std::uint32_t>(code - kNumberBias);
 }
 
-std::uint32_t StringTable::add(std::u16string_view text, std::uint32_t hashHigh, std::size_t slot)
+std::uint32_t StringTable::add(TableString text, std::uint32_t hashHigh, std::size_t slot)
 {
     const auto number = static_cast<std::uint32_t>(entries.size());
     entries.push_back(text);
     numbered.nextNumber = number + 1;
-    numbered.nextOffset += 2ull * text.size() + 2;
+    numbered.nextOffset += 2ull * text.length + 2;
     keepAnswer(kNewCode);
     slots[slot] = Slot{hashHigh, number + 1};
     if (2 * entries.size() > slots.size()) growIndex();

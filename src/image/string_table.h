@@ -7,9 +7,29 @@
 #include <string_view>
 #include <vector>
 
+#include "dom/character_text.h"
 #include "library/shared_types.h"
 
 namespace Parsers {
+
+// The units of a string that the table numbers: two bytes each, or one byte
+// each for a text whose units are all below 256 (see CharacterText). Equal
+// units are the same string in either width.
+struct TableString {
+    const void* units;
+    std::uint32_t length;
+    bool wide;
+
+    static TableString of(std::u16string_view text)
+    {
+        return TableString{text.data(), static_cast<std::uint32_t>(text.size()), true};
+    }
+    static TableString of(const CharacterText& text)
+    {
+        if (text.isWide()) return TableString{text.wideData(), static_cast<std::uint32_t>(text.size()), true};
+        return TableString{text.narrowData(), static_cast<std::uint32_t>(text.size()), false};
+    }
+};
 
 // The interning state belongs to one image, so images can be written on several
 // threads at once. An index from content to number gives each repeated string
@@ -58,7 +78,13 @@ public:
     std::uint32_t intern(const Text& text)
     {
         if (replaying) return replayAnswer();
-        return number(std::u16string_view(text));
+        return number(TableString::of(std::u16string_view(text)));
+    }
+    // The same for the text of a text node or a comment, in its own width.
+    std::uint32_t intern(const CharacterText& text)
+    {
+        if (replaying) return replayAnswer();
+        return number(TableString::of(text));
     }
     // kNoString for an empty text, the text's number otherwise. The answer is
     // kept like any other, and replayed in the same way.
@@ -71,7 +97,7 @@ public:
             keepAnswer(kNoStringCode);
             return kNoString;
         }
-        return number(units);
+        return number(TableString::of(units));
     }
     // Starts giving back the numbers of the calls made so far, in order, and
     // copies the units of each string to its place in `stringArea`, the
@@ -84,7 +110,7 @@ public:
     // How many strings have been asked for so far, repeats included.
     std::size_t calls() const { return callCount; }
 
-    const std::vector<std::u16string_view>& strings() const { return entries; }
+    const std::vector<TableString>& strings() const { return entries; }
     std::uint32_t size() const { return static_cast<std::uint32_t>(entries.size()); }
     // Bytes of the table in the image: each string's units and one zero unit.
     std::uint64_t byteSize() const { return numbered.nextOffset; }
@@ -99,9 +125,9 @@ private:
         std::uint32_t numberPlusOne;
     };
 
-    std::uint32_t number(std::u16string_view text);
+    std::uint32_t number(TableString text);
     std::uint32_t replayAnswer();
-    std::uint32_t add(std::u16string_view text, std::uint32_t hashHigh, std::size_t slot);
+    std::uint32_t add(TableString text, std::uint32_t hashHigh, std::size_t slot);
     void growIndex();
 
     // The answers as bytes: kNewCode for a new number, kNoStringCode for an
@@ -113,7 +139,7 @@ private:
 
     void keepAnswer(std::uint64_t code);
 
-    std::vector<std::u16string_view> entries;
+    std::vector<TableString> entries;
     std::vector<Slot> slots;  // a power of two of them, at most half in use
     std::vector<std::uint8_t> answers;
     std::size_t callCount = 0;

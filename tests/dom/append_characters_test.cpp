@@ -18,7 +18,7 @@ using Testing::makeText;
 UString dataOf(const NodeRef& node)
 {
     const CharacterText& data = static_cast<CharacterData*>(node.get())->data;
-    return UString(data.data(), data.size());
+    return data.str();
 }
 
 TEST(AppendCharacters, StartsATextBehindAnElementOrComment)

@@ -18,7 +18,7 @@ NodeRef textOf(char16_t unit)
 std::u16string unitsOf(const NodeList& list)
 {
     std::u16string units;
-    for (const NodeRef& node : list) units += static_cast<const TextNode&>(*node).data;
+    for (const NodeRef& node : list) units += static_cast<const TextNode&>(*node).data.str();
     return units;
 }
 
@@ -41,7 +41,7 @@ TEST(NodeList, KeepsEntriesInOrderWhileItGrows)
     EXPECT_EQ(static_cast<TextNode&>(*list[4]).data, u"e");
     std::u16string backwards;
     for (auto entry = list.rbegin(); entry != list.rend(); ++entry) {
-        backwards += static_cast<const TextNode&>(**entry).data;
+        backwards += static_cast<const TextNode&>(**entry).data.str();
     }
     EXPECT_EQ(backwards, u"qponmlkjihgfedcba");
 }

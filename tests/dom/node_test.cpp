@@ -16,7 +16,7 @@ using Testing::makeText;
 UString dataOf(const NodeRef& node)
 {
     const CharacterText& data = static_cast<CharacterData*>(node.get())->data;
-    return UString(data.data(), data.size());
+    return data.str();
 }
 
 // Checks that the sibling links of parent's children agree with the list.

@@ -25,8 +25,8 @@ TEST(StringTable, NumbersInTheOrderOfFirstUse)
     EXPECT_EQ(table.intern(empty), 2u);
     EXPECT_EQ(table.intern(b), 1u);
     ASSERT_EQ(table.size(), 3u);
-    EXPECT_EQ(table.strings()[0].data(), a.data());
-    EXPECT_EQ(table.strings()[2].data(), empty.data());
+    EXPECT_EQ(table.strings()[0].units, a.data());
+    EXPECT_EQ(table.strings()[2].units, empty.data());
     EXPECT_EQ(table.byteSize(), 2u * 5 + 2 + 2u * 4 + 2 + 2);
 }
 
@@ -179,12 +179,58 @@ TEST(StringTable, LongTextsDifferingInOneUnitAnywhereAreDifferentStrings)
     EXPECT_EQ(table.size(), texts.size());
 }
 
+// A text of one byte a unit and the same units at two bytes each are one
+// string, whichever comes first, at every length the hash reads differently;
+// the image gets the units at two bytes each.
+TEST(StringTable, NarrowAndWideTextsOfTheSameUnitsAreOneString)
+{
+    for (std::size_t length : {0u, 1u, 3u, 4u, 7u, 15u, 16u, 17u, 40u}) {
+        UString units;
+        for (std::size_t index = 0; index < length; ++index) units.push_back(static_cast<char16_t>(0x20 + index * 5 % 200));
+        CharacterText narrow(units, nullptr);
+        ASSERT_FALSE(narrow.isWide());
+        const UString longer = units + u'\u00FF';
+        CharacterText narrowLonger(longer, nullptr);
+        StringTable table;
+        EXPECT_EQ(table.intern(narrow), 0u);
+        EXPECT_EQ(table.intern(units), 0u);
+        EXPECT_EQ(table.intern(longer), 1u);
+        EXPECT_EQ(table.intern(narrowLonger), 1u);
+        std::vector<std::uint8_t> area(table.byteSize(), 0xAA);
+        table.replay(area.data());
+        table.intern(narrow);
+        table.intern(units);
+        table.intern(longer);
+        table.intern(narrowLonger);
+        std::vector<std::uint8_t> expected;
+        for (const UString* text : {static_cast<const UString*>(&units), &longer}) {
+            for (char16_t unit : *text) {
+                expected.push_back(static_cast<std::uint8_t>(unit));
+                expected.push_back(static_cast<std::uint8_t>(unit >> 8));
+            }
+            expected.push_back(0xAA);
+            expected.push_back(0xAA);
+        }
+        EXPECT_EQ(area, expected) << length;
+        narrow.release(nullptr);
+        narrowLonger.release(nullptr);
+    }
+}
+
 TEST(StringTable, UnitsDifferingOnlyInTheHighByteAreDifferentStrings)
 {
     const UString low = u"\u0041\u0042", high = u"\u0141\u0042";
     StringTable table;
     EXPECT_EQ(table.intern(low), 0u);
     EXPECT_EQ(table.intern(high), 1u);
+    // Nor is a narrow text equal to a wide one whose units differ only there.
+    CharacterText narrow(low, nullptr);
+    EXPECT_EQ(table.intern(narrow), 0u);
+    const UString wideOnly = u"\u0141\u0041\u0042\u0043\u0044";
+    CharacterText narrowLike(u"\u0041\u0041\u0042\u0043\u0044", nullptr);
+    EXPECT_EQ(table.intern(wideOnly), 2u);
+    EXPECT_EQ(table.intern(narrowLike), 3u);
+    narrowLike.release(nullptr);
 }
 
 TEST(ImageBlockCapacity, DoublingEndsAtTheFirstCapacityThatHolds)

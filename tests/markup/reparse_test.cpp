@@ -141,10 +141,10 @@ bool isLossyByDesign(Document& document)
         Node* node = pending.back();
         pending.pop_back();
         if (node->nodeType == NodeType::Text || node->nodeType == NodeType::Comment) {
-            if (holdsCarriageReturn(static_cast<CharacterData*>(node)->data)) return true;
+            if (holdsCarriageReturn(static_cast<CharacterData*>(node)->data.str())) return true;
         }
         if (node->nodeType == NodeType::Comment &&
-            isAlteredByTheCommentStart(static_cast<CharacterData*>(node)->data)) {
+            isAlteredByTheCommentStart(static_cast<CharacterData*>(node)->data.str())) {
             return true;
         }
         if (node->nodeType == NodeType::Element) {

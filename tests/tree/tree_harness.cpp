@@ -57,9 +57,9 @@ std::string nodeLine(Node& node)
     case NodeType::Element:
         return elementLine(static_cast<Element&>(node));
     case NodeType::Text:
-        return quoted(escapeText(static_cast<CharacterData&>(node).data));
+        return quoted(escapeText(static_cast<CharacterData&>(node).data.str()));
     case NodeType::Comment:
-        return "<!-- " + escapeText(static_cast<CharacterData&>(node).data) + " -->";
+        return "<!-- " + escapeText(static_cast<CharacterData&>(node).data.str()) + " -->";
     case NodeType::DocumentType: {
         auto& doctype = static_cast<DocumentType&>(node);
         return "<!DOCTYPE " + narrow(doctype.name) + " \"" + narrow(doctype.publicId) + "\" \"" +
