@@ -242,6 +242,7 @@ void Element::releaseStartTag()
 
 TableCellElement::TableCellElement(const TagTokenRef& startTag) : Element(startTag)
 {
+    isTableCell = true;
     for (const auto& entry : startTag->attributes) {
         Attribute& attribute = *entry.second;
         std::u16string_view text = textBeforeZero(attribute.value);

@@ -23,12 +23,10 @@ public:
     // self-closing flag, and shares its attributes, which now belong to this
     // element. It does not keep the tag: only a FormattingElement does.
     explicit Element(const TagTokenRef& startTag);
-    ~Element() override = default;
-
-    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
-    void writeMarkup(UString& out) override;
+    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable);
+    void writeMarkup(UString& out);
     // Fills an empty name from the tag name list first, if the tag id is known.
-    const UString& getNodeName() override;
+    const UString& getNodeName();
 
     TagId getTagId();
     // The same answer as getTagId without storing a found id.
@@ -62,8 +60,10 @@ public:
     // True while the element is an entry of the list of active formatting
     // elements, the one place that makes new elements from its start tag.
     bool inFormattingList : 1 = false;
-    // True for a FormattingElement.
+    // True for a FormattingElement, and for a TableCellElement: the classes
+    // that destroyNode tells apart.
     bool keepsStartTag : 1 = false;
+    bool isTableCell : 1 = false;
     // The element's name; empty until asked for when the element was made
     // from its tag id alone.
     CompactText name;
@@ -84,7 +84,6 @@ private:
 class FormattingElement : public Element {
 public:
     explicit FormattingElement(const TagTokenRef& startTag);
-    ~FormattingElement() override = default;
 
     TagTokenRef token;
 };
@@ -93,14 +92,12 @@ public:
 class MarkerElement : public Element {
 public:
     MarkerElement() : Element(TagId::Unknown, NodeType::Marker) {}
-    ~MarkerElement() override = default;
 };
 
 // td and th: the element with the span and width numbers of its attributes.
 class TableCellElement : public Element {
 public:
     explicit TableCellElement(const TagTokenRef& startTag);
-    ~TableCellElement() override = default;
 
     // Set a span from an attribute value, by the rules of construction.
     void setColSpan(const UString& value);

@@ -189,6 +189,31 @@ const UString& escapeMarkup(std::u16string_view text, bool inAttribute)
     return escaped;
 }
 
+void Node::writeMarkup(UString& out)
+{
+    switch (nodeType) {
+    case NodeType::Element:
+    case NodeType::Marker:
+        static_cast<Element*>(this)->writeMarkup(out);
+        return;
+    case NodeType::Text:
+        static_cast<TextNode*>(this)->writeMarkup(out);
+        return;
+    case NodeType::Comment:
+        static_cast<Comment*>(this)->writeMarkup(out);
+        return;
+    case NodeType::DocumentType:
+        static_cast<DocumentType*>(this)->writeMarkup(out);
+        return;
+    case NodeType::XmlDeclaration:
+        static_cast<XmlDeclaration*>(this)->writeMarkup(out);
+        return;
+    case NodeType::Document:
+        static_cast<Document*>(this)->writeMarkup(out);
+        return;
+    }
+}
+
 void Document::writeMarkup(UString& out)
 {
     writeChildrenMarkup(out, *this);

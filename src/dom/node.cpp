@@ -6,14 +6,17 @@
 
 namespace Parsers {
 
-std::uint32_t Node::serialize(std::uint8_t*, StringTable*)
-{
-    throw enDPE::NotImplementedByClass;
-}
-
 const UString& Node::getNodeName()
 {
-    return sharedEmptyString();
+    switch (nodeType) {
+    case NodeType::Element:
+    case NodeType::Marker:
+        return static_cast<Element*>(this)->getNodeName();
+    case NodeType::DocumentType:
+        return static_cast<DocumentType*>(this)->getNodeName();
+    default:
+        return sharedEmptyString();
+    }
 }
 
 Node::~Node()
@@ -21,11 +24,52 @@ Node::~Node()
     releaseChildren();
 }
 
+namespace {
+
+// Runs the destructor of the node's own class.
+void destroyAsItsClass(Node* node) noexcept
+{
+    switch (node->nodeType) {
+    case NodeType::Element: {
+        auto* element = static_cast<Element*>(node);
+        if (element->keepsStartTag) {
+            static_cast<FormattingElement*>(element)->~FormattingElement();
+        } else if (element->isTableCell) {
+            static_cast<TableCellElement*>(element)->~TableCellElement();
+        } else {
+            element->~Element();
+        }
+        return;
+    }
+    case NodeType::Marker:
+        static_cast<MarkerElement*>(node)->~MarkerElement();
+        return;
+    case NodeType::Text:
+        static_cast<TextNode*>(node)->~TextNode();
+        return;
+    case NodeType::Comment:
+        static_cast<Comment*>(node)->~Comment();
+        return;
+    case NodeType::DocumentType:
+        static_cast<DocumentType*>(node)->~DocumentType();
+        return;
+    case NodeType::XmlDeclaration:
+        static_cast<XmlDeclaration*>(node)->~XmlDeclaration();
+        return;
+    case NodeType::Document:
+        static_cast<Document*>(node)->~Document();
+        return;
+    }
+    node->~Node();
+}
+
+}  // namespace
+
 void destroyNode(Node* node) noexcept
 {
     ParseHeap* heap = node->children.heap();
     const std::size_t bytes = std::size_t{node->blockWords} * ParseHeap::kAlignment;
-    node->~Node();
+    destroyAsItsClass(node);
     releaseOn(heap, node, bytes);
 }
 

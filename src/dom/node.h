@@ -12,7 +12,6 @@
 #include <string>
 #include <string_view>
 
-#include "dom/binary_serializable.h"
 #include "dom/character_text.h"
 #include "dom/node_list.h"
 #include "dom/parse_heap.h"
@@ -21,29 +20,36 @@
 namespace Parsers {
 
 class Document;
+class StringTable;
 
-class Node : public BinarySerializable {
+// Nodes have no table of virtual functions: a parse makes hundreds of
+// thousands of them, and the node type tells the class. The operations that
+// differ by class (the record, the markup, the name, the destruction in
+// destroyNode) look at the type and go to the class's own function of the
+// same name.
+class Node {
 public:
     explicit Node(NodeType type) : nodeType(type) {}
     Node(const Node&) = delete;
     Node& operator=(const Node&) = delete;
 
-    // Only elements, texts and comments have records in an image; every other
-    // node class throws here. A record ends with the numbers of the node's
-    // children, 4 bytes each, which only the image writer knows: it fills them
-    // in as it meets the children.
-    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
+    // Writes the node's record as BinarySerializable::serialize describes
+    // (records.cpp). Only elements, texts and comments have records in an
+    // image; every other node throws here. A record ends with the numbers of
+    // the node's children, 4 bytes each, which only the image writer knows:
+    // it fills them in as it meets the children.
+    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable);
     // Releases the subtree without recursing on its depth.
-    ~Node() override;
+    ~Node();
     // Unlinks the children and releases each subtree that nothing else holds,
     // without recursing on its depth. A child that something else holds stays
     // alive with its own children, but without parent and siblings.
     void releaseChildren();
     // Appends this node's markup, with its descendants, to `out` (markup.cpp).
-    virtual void writeMarkup(UString& out) = 0;
+    void writeMarkup(UString& out);
     // The name of an element or a doctype; every other node has none and
     // answers the shared empty string.
-    virtual const UString& getNodeName();
+    const UString& getNodeName();
 
     // The node's markup as a new text: the forwarder to writeMarkup.
     UString markup()
@@ -97,8 +103,7 @@ public:
     CharacterData(std::u16string_view text, ParseHeap* heap) : CharacterData(NodeType::Comment, text, heap)
     {
     }
-    ~CharacterData() override { data.release(children.heap()); }
-    void writeMarkup(UString& out) override = 0;
+    ~CharacterData() { data.release(children.heap()); }
 
     // Appends a run of units, or one unit, to the text.
     void appendData(std::u16string_view units) { data.append(units, children.heap()); }
@@ -132,15 +137,15 @@ public:
     TextNode(char16_t firstUnit, ParseHeap* heap) : CharacterData(NodeType::Text, firstUnit, heap) {}
     // A text that starts as a whole run of units (at least one).
     TextNode(std::u16string_view units, ParseHeap* heap) : CharacterData(NodeType::Text, units, heap) {}
-    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
-    void writeMarkup(UString& out) override;
+    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable);
+    void writeMarkup(UString& out);
 };
 
 class Comment : public CharacterData {
 public:
     Comment(std::u16string_view text, ParseHeap* heap) : CharacterData(text, heap) {}
-    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
-    void writeMarkup(UString& out) override;
+    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable);
+    void writeMarkup(UString& out);
 };
 
 class DocumentType : public Node {
@@ -154,8 +159,8 @@ public:
     {
     }
     // The name alone: the identifiers are not written.
-    void writeMarkup(UString& out) override;
-    const UString& getNodeName() override { return name; }
+    void writeMarkup(UString& out);
+    const UString& getNodeName() { return name; }
 
     UString name;
     UString publicId;
@@ -168,7 +173,7 @@ public:
 class XmlDeclaration : public Node {
 public:
     XmlDeclaration() : Node(NodeType::XmlDeclaration) {}
-    void writeMarkup(UString& out) override;
+    void writeMarkup(UString& out);
 
     UString version;
     UString encoding;
@@ -179,7 +184,7 @@ class Document : public Node {
 public:
     // documentKind 1 is case folding HTML parsing, 2 case preserving parsing.
     explicit Document(std::int32_t kind) : Node(NodeType::Document), documentKind(kind) {}
-    void writeMarkup(UString& out) override;
+    void writeMarkup(UString& out);
 
     // The first child that is an element whose tag is html, or null.
     NodeRef getHTMLNode();

@@ -126,6 +126,21 @@ std::uint32_t serializeElement(Element& element, std::uint8_t* destination, Stri
 
 }  // namespace
 
+std::uint32_t Node::serialize(std::uint8_t* destination, StringTable* strings)
+{
+    switch (nodeType) {
+    case NodeType::Element:
+    case NodeType::Marker:
+        return static_cast<Element*>(this)->serialize(destination, strings);
+    case NodeType::Text:
+        return static_cast<TextNode*>(this)->serialize(destination, strings);
+    case NodeType::Comment:
+        return static_cast<Comment*>(this)->serialize(destination, strings);
+    default:
+        throw enDPE::NotImplementedByClass;
+    }
+}
+
 std::uint32_t TextNode::serialize(std::uint8_t* destination, StringTable* strings)
 {
     return serializeCharacterData(*this, RecordKind::Text, destination, strings);

@@ -304,18 +304,18 @@ TEST(ElementCreation, CellsAndOtherElements)
 {
     NodeRef td = createElementFromToken(makeStartTag(u"td"), NamespaceId::Html, 1);
     ASSERT_NE(td, nullptr);
-    EXPECT_NE(dynamic_cast<TableCellElement*>(td.get()), nullptr);
+    EXPECT_TRUE(static_cast<Element&>(*td).isTableCell);
     EXPECT_EQ(td->namespaceId, NamespaceId::Html);
 
     NodeRef th = createElementFromToken(makeStartTag(u"th"), NamespaceId::Svg, 1);
-    EXPECT_NE(dynamic_cast<TableCellElement*>(th.get()), nullptr);
+    EXPECT_TRUE(static_cast<Element&>(*th).isTableCell);
     EXPECT_EQ(th->namespaceId, NamespaceId::Svg);
 
     NodeRef upper = createElementFromToken(makeStartTag(u"TD"), NamespaceId::Html, 1);
-    EXPECT_EQ(dynamic_cast<TableCellElement*>(upper.get()), nullptr);
+    EXPECT_FALSE(static_cast<Element&>(*upper).isTableCell);
 
     NodeRef div = createElementFromToken(makeStartTag(u"div"), NamespaceId::Html, 2);
-    EXPECT_EQ(dynamic_cast<TableCellElement*>(div.get()), nullptr);
+    EXPECT_FALSE(static_cast<Element&>(*div).isTableCell);
     EXPECT_EQ(div->namespaceId, NamespaceId::None);
 
     // Only case preserving parsing drops the namespace.

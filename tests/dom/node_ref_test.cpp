@@ -9,20 +9,21 @@
 #include "dom/element.h"
 #include "dom/node.h"
 #include "dom/parse_heap.h"
+#include "support/tree_builders.h"
 
 namespace Parsers {
 namespace {
 
-// An element that counts its destructions in a number of the test's.
-class CountedElement : public Element {
+// Elements that hold a start tag of the test's, as elements of formatting
+// tags do: the tag's count, less the test's own reference, is the number of
+// such elements alive.
+class ElementProbe {
 public:
-    explicit CountedElement(int& destructionCount)
-        : Element(TagId::Unknown, NodeType::Element), destructions(destructionCount)
-    {
-    }
-    ~CountedElement() override { ++destructions; }
+    Ref<Element> make(ParseHeap* heap = nullptr) const { return makeElementForTag(tag, heap); }
+    long alive() const { return tag.use_count() - 1; }
 
-    int& destructions;
+private:
+    TagTokenRef tag = Testing::makeStartTag(u"b");
 };
 
 // An element whose constructor fails after the block is taken.
@@ -36,58 +37,58 @@ public:
 
 TEST(NodeRef, CopiesCountAndMovesDoNot)
 {
-    int destructions = 0;
-    Ref<CountedElement> first = makeNode<CountedElement>(nullptr, destructions);
+    ElementProbe probe;
+    Ref<Element> first = probe.make();
     EXPECT_EQ(first.use_count(), 1);
-    Ref<CountedElement> second = first;
+    Ref<Element> second = first;
     EXPECT_EQ(first.use_count(), 2);
-    Ref<CountedElement> third = std::move(second);
+    Ref<Element> third = std::move(second);
     EXPECT_FALSE(second);
     EXPECT_EQ(second.use_count(), 0);
     EXPECT_EQ(first.use_count(), 2);
     EXPECT_EQ(third.get(), first.get());
     third.reset();
     EXPECT_EQ(first.use_count(), 1);
-    EXPECT_EQ(destructions, 0);
+    EXPECT_EQ(probe.alive(), 1);
     first.reset();
-    EXPECT_EQ(destructions, 1);
+    EXPECT_EQ(probe.alive(), 0);
 }
 
 TEST(NodeRef, AssignmentReleasesWhatWasHeldAndSelfAssignmentKeepsTheNode)
 {
-    int firstDestructions = 0;
-    int secondDestructions = 0;
-    Ref<CountedElement> held = makeNode<CountedElement>(nullptr, firstDestructions);
-    Ref<CountedElement> other = makeNode<CountedElement>(nullptr, secondDestructions);
-    Ref<CountedElement>& alias = held;
+    ElementProbe firstProbe;
+    ElementProbe secondProbe;
+    Ref<Element> held = firstProbe.make();
+    Ref<Element> other = secondProbe.make();
+    Ref<Element>& alias = held;
     held = alias;
     EXPECT_EQ(held.use_count(), 1);
-    EXPECT_EQ(firstDestructions, 0);
+    EXPECT_EQ(firstProbe.alive(), 1);
     held = other;
-    EXPECT_EQ(firstDestructions, 1);
+    EXPECT_EQ(firstProbe.alive(), 0);
     EXPECT_EQ(other.use_count(), 2);
     held = nullptr;
     EXPECT_EQ(other.use_count(), 1);
-    EXPECT_EQ(secondDestructions, 0);
+    EXPECT_EQ(secondProbe.alive(), 1);
 }
 
 TEST(NodeRef, ReferencesToBaseAndDerivedClassesShareOneCount)
 {
-    int destructions = 0;
-    Ref<CountedElement> element = makeNode<CountedElement>(nullptr, destructions);
+    ElementProbe probe;
+    Ref<Element> element = probe.make();
     NodeRef node = element;
     EXPECT_EQ(element.use_count(), 2);
     EXPECT_TRUE(node == element);
-    Ref<Element> back = refCast<Element>(node);
+    Ref<FormattingElement> back = refCast<FormattingElement>(node);
     EXPECT_EQ(back.use_count(), 3);
     EXPECT_EQ(back.get(), element.get());
     NodeRef moved = std::move(back);
     EXPECT_EQ(moved.use_count(), 3);
     element.reset();
     node.reset();
-    EXPECT_EQ(destructions, 0);
+    EXPECT_EQ(probe.alive(), 1);
     moved.reset();
-    EXPECT_EQ(destructions, 1);
+    EXPECT_EQ(probe.alive(), 0);
 }
 
 TEST(NodeRef, EmptyReferencesCompareEqualToNull)
@@ -104,15 +105,15 @@ TEST(NodeRef, EmptyReferencesCompareEqualToNull)
 TEST(NodeRef, TheLastReferenceGivesTheBlockBackToTheHeap)
 {
     ParseHeapOwner owner;
-    int destructions = 0;
+    ElementProbe probe;
     void* first = nullptr;
     {
-        Ref<CountedElement> element = makeNode<CountedElement>(owner.get(), destructions);
+        Ref<Element> element = probe.make(owner.get());
         first = element.get();
     }
-    EXPECT_EQ(destructions, 1);
+    EXPECT_EQ(probe.alive(), 0);
     // A node of the same size takes the same block again.
-    Ref<CountedElement> again = makeNode<CountedElement>(owner.get(), destructions);
+    Ref<Element> again = probe.make(owner.get());
     EXPECT_EQ(static_cast<void*>(again.get()), first);
     EXPECT_EQ(again->children.heap(), owner.get());
 }
@@ -133,17 +134,18 @@ TEST(NodeRef, AFailedConstructionGivesTheBlockBack)
 
 TEST(NodeRef, ReleasingADeepChainDoesNotRecurse)
 {
-    int destructions = 0;
-    Ref<CountedElement> root = makeNode<CountedElement>(nullptr, destructions);
+    ElementProbe probe;
+    Ref<Element> root = probe.make();
     Node* parent = root.get();
     for (int depth = 0; depth < 100000; ++depth) {
-        Ref<CountedElement> child = makeNode<CountedElement>(nullptr, destructions);
+        Ref<Element> child = probe.make();
         Node* next = child.get();
         appendChild(std::move(child), parent);
         parent = next;
     }
+    EXPECT_EQ(probe.alive(), 100001);
     root.reset();
-    EXPECT_EQ(destructions, 100001);
+    EXPECT_EQ(probe.alive(), 0);
 }
 
 }  // namespace

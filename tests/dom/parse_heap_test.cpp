@@ -12,6 +12,7 @@
 
 #include "dom/element.h"
 #include "dom/node.h"
+#include "support/tree_builders.h"
 
 namespace Parsers {
 namespace {
@@ -59,26 +60,15 @@ TEST(ParseHeap, AFreedBlockIsTakenAgainBeforeNewMemory)
     }
 }
 
-// An element that says when it is destroyed.
-class WatchedElement : public Element {
-public:
-    explicit WatchedElement(bool& destroyedFlag)
-        : Element(TagId::Unknown, NodeType::Element), destroyed(destroyedFlag)
-    {
-    }
-    ~WatchedElement() override { destroyed = true; }
-
-    bool& destroyed;
-};
-
 TEST(ParseHeap, ObjectsOutliveTheOwnerOfTheirHeap)
 {
     Ref<TextNode> text;
-    bool elementDestroyed = false;
+    // An element of a formatting tag holds its tag until it is destroyed.
+    const TagTokenRef tag = Testing::makeStartTag(u"b");
     {
         ParseHeapOwner owner;
         text = makeNodeOnHeap<TextNode>(owner.get(), u'a');
-        auto element = makeNode<WatchedElement>(owner.get(), elementDestroyed);
+        auto element = makeElementForTag(tag, owner.get());
         element->name = u"kept";
         auto parent = makeNode<Element>(owner.get(), TagId::Unknown, NodeType::Element);
         appendChild(element, parent.get());
@@ -86,7 +76,7 @@ TEST(ParseHeap, ObjectsOutliveTheOwnerOfTheirHeap)
     }
     // The owner is gone; the objects and their memory are still there.
     EXPECT_EQ(text->data, u"abc");
-    EXPECT_TRUE(elementDestroyed);
+    EXPECT_EQ(tag.use_count(), 1);
     text.reset();
 }
 

@@ -76,19 +76,14 @@ TEST(CreateElementForToken, CellsAreTableCellElements)
     TreeFeed feed;
     auto cell = feed.constructor->createElementForToken(
         makeTag(TokenType::StartTag, u"td", {{u"colspan", u"3"}}), NamespaceId::Html);
-    auto* tableCell = dynamic_cast<TableCellElement*>(cell.get());
-    ASSERT_NE(tableCell, nullptr);
-    EXPECT_EQ(tableCell->colSpan, 3u);
-    EXPECT_NE(dynamic_cast<TableCellElement*>(
-                  feed.constructor
-                      ->createElementForToken(makeTag(TokenType::StartTag, u"th"), NamespaceId::Html)
-                      .get()),
-              nullptr);
-    EXPECT_EQ(dynamic_cast<TableCellElement*>(
-                  feed.constructor
-                      ->createElementForToken(makeTag(TokenType::StartTag, u"TD"), NamespaceId::Html)
-                      .get()),
-              nullptr);
+    ASSERT_TRUE(static_cast<Element&>(*cell).isTableCell);
+    EXPECT_EQ(static_cast<TableCellElement&>(*cell).colSpan, 3u);
+    const NodeRef th =
+        feed.constructor->createElementForToken(makeTag(TokenType::StartTag, u"th"), NamespaceId::Html);
+    EXPECT_TRUE(static_cast<Element&>(*th).isTableCell);
+    const NodeRef upper =
+        feed.constructor->createElementForToken(makeTag(TokenType::StartTag, u"TD"), NamespaceId::Html);
+    EXPECT_FALSE(static_cast<Element&>(*upper).isTableCell);
 }
 
 TEST_F(InsertionTest, HtmlElementGoesUnderTheCurrentNodeAndOnTheStack)
