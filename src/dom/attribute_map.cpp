@@ -44,15 +44,16 @@ AttributeMap::value_type makeEntry(const UString& key, const AttributeRef& value
 
 void AttributeMap::sortPending() const
 {
-    std::sort(storage->entries.begin(), storage->entries.end(),
+    std::sort(storage()->entries.begin(), storage()->entries.end(),
               [](const value_type& a, const value_type& b) { return a.first < b.first; });
-    storage->pendingIndex.reset();
+    storage()->pendingIndex.reset();
 }
 
 AttributeMap::Storage* AttributeMap::newStorage() const
 {
-    if (!heap) return new Storage(nullptr);
-    return new (heap->allocate(sizeof(Storage))) Storage(heap);
+    ParseHeap* source = heap();
+    if (!source) return new Storage(nullptr);
+    return new (source->allocate(sizeof(Storage))) Storage(source);
 }
 
 void AttributeMap::deleteStorage(Storage* gone) noexcept
@@ -68,9 +69,9 @@ void AttributeMap::deleteStorage(Storage* gone) noexcept
 
 AttributeMap::Entries& AttributeMap::ownEntries()
 {
-    if (!storage) {
-        storage = newStorage();
-    } else if (storage->sharers > 1) {
+    if (!storage()) {
+        hold(newStorage());
+    } else if (storage()->sharers > 1) {
         // Changes go to an array of this map's own.
         Storage* own = newStorage();
         try {
@@ -79,10 +80,10 @@ AttributeMap::Entries& AttributeMap::ownEntries()
             deleteStorage(own);
             throw;
         }
-        --storage->sharers;
-        storage = own;
+        --storage()->sharers;
+        hold(own);
     }
-    return storage->entries;
+    return storage()->entries;
 }
 
 void AttributeMap::replaceEntries(Entries&& entries)
@@ -91,15 +92,15 @@ void AttributeMap::replaceEntries(Entries&& entries)
         release();
         return;
     }
-    if (!storage || storage->sharers > 1) {
+    if (!storage() || storage()->sharers > 1) {
         Storage* own = newStorage();
         own->entries = std::move(entries);
         release();
-        storage = own;
+        hold(own);
         return;
     }
-    storage->entries = std::move(entries);
-    storage->pendingIndex.reset();
+    storage()->entries = std::move(entries);
+    storage()->pendingIndex.reset();
 }
 
 AttributeMap::const_iterator AttributeMap::lowerBound(std::u16string_view key) const
@@ -126,18 +127,18 @@ AttributeRef& AttributeMap::operator[](std::u16string_view key)
     // The entry's place is taken before the array may be given up for a copy
     // of its own; the copy has the same order.
     const auto entry = try_emplace(UString(key), AttributeRef()).first;
-    const auto offset = static_cast<std::size_t>(entry - storage->entries.cbegin());
+    const auto offset = static_cast<std::size_t>(entry - storage()->entries.cbegin());
     return ownEntries()[offset].second;
 }
 
 std::pair<AttributeMap::const_iterator, bool> AttributeMap::try_emplace(UString key,
                                                                          const AttributeRef& value)
 {
-    const bool own = !storage || storage->sharers == 1;
+    const bool own = !storage() || storage()->sharers == 1;
     // A map of its own that gathers out of order checks its keys in its index:
     // a search of the array would sort it.
-    if (own && storage && storage->pendingIndex) return tryAppend(std::move(key), value);
-    if (own && (!storage || storage->entries.back().first < key)) {
+    if (own && storage() && storage()->pendingIndex) return tryAppend(std::move(key), value);
+    if (own && (!storage() || storage()->entries.back().first < key)) {
         // In order: most tags write their attributes so, or have few. The
         // array grows from one entry: most maps keep a single attribute, and
         // room for more made at the start stayed unused in most elements.
@@ -154,7 +155,7 @@ std::pair<AttributeMap::const_iterator, bool> AttributeMap::try_emplace(UString 
             index->emplace_hint(index->end(), entries[position].first,
                                 static_cast<std::uint32_t>(position));
         }
-        storage->pendingIndex = std::move(index);
+        storage()->pendingIndex = std::move(index);
         return tryAppend(std::move(key), value);
     }
     const auto position = std::lower_bound(entries.begin(), entries.end(), key, keyBefore);
@@ -164,9 +165,9 @@ std::pair<AttributeMap::const_iterator, bool> AttributeMap::try_emplace(UString 
 std::pair<AttributeMap::const_iterator, bool> AttributeMap::tryAppend(UString key,
                                                                        const AttributeRef& value)
 {
-    Entries& entries = storage->entries;
+    Entries& entries = storage()->entries;
     const auto [indexed, added] =
-        storage->pendingIndex->try_emplace(key, static_cast<std::uint32_t>(entries.size()));
+        storage()->pendingIndex->try_emplace(key, static_cast<std::uint32_t>(entries.size()));
     if (!added) return {entries.cbegin() + indexed->second, false};
     entries.push_back(makeEntry(key, value));
     return {entries.cend() - 1, true};

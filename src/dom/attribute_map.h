@@ -57,26 +57,21 @@ public:
 
     AttributeMap() = default;
     // A map whose array, once it has entries, comes from the heap.
-    explicit AttributeMap(ParseHeap* source) : heap(source) {}
-    AttributeMap(const AttributeMap& other) : storage(other.storage), heap(other.heap)
+    explicit AttributeMap(ParseHeap* source) : held(heldWithout(source)) {}
+    AttributeMap(const AttributeMap& other) : held(other.held)
     {
-        if (storage) ++storage->sharers;
+        if (storage()) ++storage()->sharers;
     }
-    AttributeMap(AttributeMap&& other) noexcept
-        : storage(std::exchange(other.storage, nullptr)), heap(other.heap)
-    {
-    }
+    AttributeMap(AttributeMap&& other) noexcept : held(other.held) { other.held = heldWithout(heap()); }
     AttributeMap& operator=(const AttributeMap& other)
     {
         AttributeMap copy(other);
-        std::swap(storage, copy.storage);
-        std::swap(heap, copy.heap);
+        std::swap(held, copy.held);
         return *this;
     }
     AttributeMap& operator=(AttributeMap&& other) noexcept
     {
-        std::swap(storage, other.storage);
-        std::swap(heap, other.heap);
+        std::swap(held, other.held);
         return *this;
     }
     ~AttributeMap() { release(); }
@@ -84,9 +79,9 @@ public:
     const_iterator begin() const { return sortedEntries().begin(); }
     const_iterator end() const { return sortedEntries().end(); }
 
-    std::size_t size() const { return storage ? storage->entries.size() : 0; }
+    std::size_t size() const { return storage() ? storage()->entries.size() : 0; }
     // The heap the entries lie on; null for the general allocator.
-    ParseHeap* entriesHeap() const { return storage ? storage->heap : heap; }
+    ParseHeap* entriesHeap() const { return heap(); }
     bool empty() const { return size() == 0; }
 
     const_iterator find(std::u16string_view key) const;
@@ -134,9 +129,9 @@ private:
     // an array that copies share.
     const Entries& sortedEntries() const
     {
-        if (!storage) return kNoEntries;
-        if (storage->pendingIndex) sortPending();
-        return storage->entries;
+        if (!storage()) return kNoEntries;
+        if (storage()->pendingIndex) sortPending();
+        return storage()->entries;
     }
     void sortPending() const;
     // The entries of this map alone, ready to change.
@@ -151,15 +146,35 @@ private:
     std::pair<const_iterator, bool> tryAppend(UString key, const AttributeRef& value);
     void release() noexcept
     {
-        if (storage && --storage->sharers == 0) deleteStorage(storage);
-        storage = nullptr;
+        Storage* gone = storage();
+        if (!gone) return;
+        held = heldWithout(gone->heap);
+        if (--gone->sharers == 0) deleteStorage(gone);
     }
     static void deleteStorage(Storage* gone) noexcept;
 
     static inline const Entries kNoEntries;
-    // Null for an empty map: most elements have no attributes.
-    Storage* storage = nullptr;
-    ParseHeap* heap = nullptr;
+    // The map is one word wide: the storage, or while there is none (most
+    // elements have no attributes) the heap a storage will come from, marked
+    // in the lowest bit.
+    static constexpr std::uintptr_t kNoStorage = 1;
+    static std::uintptr_t heldWithout(ParseHeap* source) noexcept
+    {
+        return reinterpret_cast<std::uintptr_t>(source) | kNoStorage;
+    }
+    Storage* storage() const noexcept
+    {
+        return (held & kNoStorage) != 0 ? nullptr : reinterpret_cast<Storage*>(held);
+    }
+    void hold(Storage* own) noexcept { held = reinterpret_cast<std::uintptr_t>(own); }
+    // The heap of the storage, or the one a storage will come from.
+    ParseHeap* heap() const noexcept
+    {
+        const Storage* present = storage();
+        return present ? present->heap : reinterpret_cast<ParseHeap*>(held & ~kNoStorage);
+    }
+
+    std::uintptr_t held = kNoStorage;
 };
 
 template <typename Entered>
@@ -167,7 +182,7 @@ void AttributeMap::mergeMissing(const AttributeMap& other, Entered entered)
 {
     const Entries& mine = sortedEntries();
     const Entries& theirs = other.sortedEntries();
-    Entries merged{ParseHeapAllocator<value_type>(heap)};
+    Entries merged{ParseHeapAllocator<value_type>(heap())};
     merged.reserve(mine.size() + theirs.size());
     auto own = mine.begin();
     for (const value_type& entry : theirs) {

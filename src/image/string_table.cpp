@@ -95,7 +95,7 @@ void copyUnits(std::uint8_t* to, const TableString& text)
 std::size_t slotCountFor(std::size_t strings)
 {
     std::size_t count = 16;
-    while (count < 2 * strings) count *= 2;
+    while (3 * count < 4 * strings) count *= 2;
     return count;
 }
 
@@ -169,7 +169,7 @@ std::uint32_t StringTable::add(TableString text, std::uint32_t hashHigh, std::si
     numbered.nextOffset += 2ull * text.length + 2;
     keepAnswer(kNewCode);
     slots[slot] = Slot{hashHigh, number + 1};
-    if (2 * entries.size() > slots.size()) growIndex();
+    if (4 * entries.size() > 3 * slots.size()) growIndex();
     return number;
 }
 

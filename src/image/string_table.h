@@ -140,7 +140,7 @@ private:
     void keepAnswer(std::uint64_t code);
 
     std::vector<TableString> entries;
-    std::vector<Slot> slots;  // a power of two of them, at most half in use
+    std::vector<Slot> slots;  // a power of two of them, at most three quarters in use
     std::vector<std::uint8_t> answers;
     std::size_t callCount = 0;
     // Where the numbering round stands: the next answer, new number and

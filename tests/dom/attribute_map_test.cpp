@@ -48,6 +48,28 @@ TEST(AttributeMap, KeysOfListedNamesShareTheListsText)
     EXPECT_EQ(keysOf(second), (std::vector<UString>{u"HREF", u"data-x", u"href"}));
 }
 
+// An empty map is one word that names the heap its entries will come from;
+// it names it still once emptied or moved from.
+TEST(AttributeMap, IsOneWordAndKeepsItsHeapWhenEmptied)
+{
+    EXPECT_EQ(sizeof(AttributeMap), sizeof(void*));
+    ParseHeapOwner owner;
+    AttributeMap map(owner.get());
+    EXPECT_EQ(map.entriesHeap(), owner.get());
+    map.try_emplace(u"a", attributeNamed(u"a"));
+    EXPECT_EQ(map.entriesHeap(), owner.get());
+    map.clear();
+    EXPECT_TRUE(map.empty());
+    EXPECT_EQ(map.entriesHeap(), owner.get());
+    map.try_emplace(u"b", attributeNamed(u"b"));
+    AttributeMap moved(std::move(map));
+    EXPECT_EQ(moved.size(), 1u);
+    EXPECT_EQ(moved.entriesHeap(), owner.get());
+    EXPECT_TRUE(map.empty());
+    EXPECT_EQ(map.entriesHeap(), owner.get());
+    EXPECT_EQ(AttributeMap().entriesHeap(), nullptr);
+}
+
 TEST(AttributeMap, OrdersByUnitsShorterFirstAndKeepsTheFirstOfAKey)
 {
     AttributeMap map;
