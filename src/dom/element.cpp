@@ -119,7 +119,7 @@ Element::Element(const TagTokenRef& startTag)
       tagId(TagId::Unknown),
       selfClosing(startTag->selfClosing)
 {
-    prefix = startTag->prefix;
+    setPrefix(startTag->prefix);
     const TagRow* row = startTag->getTagId() != TagId::Unknown ? startTag->tagEntry : nullptr;
     // A name as the list writes it is kept as the list's text, which also
     // tells the name's row without a lookup.
@@ -212,10 +212,52 @@ const UString& Element::findNamespaceUri(const UString& wantedPrefix)
 
 const UString& Element::getNamespaceUri()
 {
-    if (namespaceUriCache) return *namespaceUriCache;
-    const UString& found = findNamespaceUri(prefix);
-    namespaceUriCache = found.empty() ? &sharedEmptyString() : &found;
-    return *namespaceUriCache;
+    if (const UString* cached = cachedNamespaceUri()) return *cached;
+    cacheNamespaceUri(findNamespaceUri(prefix()));
+    return *cachedNamespaceUri();
+}
+
+const UString* Element::cachedNamespaceUri() const
+{
+    if (!namespaceUriKnown) return nullptr;
+    return rare && rare->namespaceUri ? rare->namespaceUri : &sharedEmptyString();
+}
+
+void Element::cacheNamespaceUri(const UString& uri)
+{
+    namespaceUriKnown = true;
+    if (!uri.empty()) {
+        rarities().namespaceUri = &uri;
+    } else if (rare) {
+        rare->namespaceUri = nullptr;
+    }
+}
+
+const CompactText& Element::prefix() const
+{
+    static const CompactText none;
+    return rare ? rare->prefix : none;
+}
+
+void Element::setPrefix(const UString& value)
+{
+    if (value.empty() && !rare) return;
+    rarities().prefix = value;
+}
+
+// The block comes from the general allocator: an element may get its prefix
+// in its constructor, before makeNode gives it its heap, and few elements
+// have a block at all.
+ElementRarities& Element::rarities()
+{
+    if (!rare) rare = new ElementRarities();
+    return *rare;
+}
+
+void Element::releaseRarities() noexcept
+{
+    delete rare;
+    rare = nullptr;
 }
 
 bool Element::isSelfClosing() const

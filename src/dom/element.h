@@ -14,6 +14,14 @@
 
 namespace Parsers {
 
+// The parts of an element that few elements have: a prefix, and a namespace
+// URI that is not empty. An element takes a block for them only when it gets
+// one of them.
+struct ElementRarities {
+    CompactText prefix;
+    const UString* namespaceUri = nullptr;
+};
+
 class Element : public Node {
 public:
     // An element known by its tag id alone: its name stays empty until someone
@@ -23,6 +31,7 @@ public:
     // self-closing flag, and shares its attributes, which now belong to this
     // element. It does not keep the tag: only a FormattingElement does.
     explicit Element(const TagTokenRef& startTag);
+    ~Element() { releaseRarities(); }
     std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable);
     void writeMarkup(UString& out);
     // Fills an empty name from the tag name list first, if the tag id is known.
@@ -42,6 +51,14 @@ public:
                                               AttributeMap::iterator to);
     // The URI declared for the element's own prefix; cached at the first call.
     const UString& getNamespaceUri();
+    // The cached URI; null before the first call (or before the image writer
+    // has cached it).
+    const UString* cachedNamespaceUri() const;
+    // Caches the URI that getNamespaceUri answers from then on.
+    void cacheNamespaceUri(const UString& uri);
+    // The element's prefix; empty for most.
+    const CompactText& prefix() const;
+    void setPrefix(const UString& value);
     // The value of the nearest xmlns (empty prefix) or xmlns:prefix attribute on
     // this element or an ancestor; the shared empty string when there is none.
     const UString& findNamespaceUri(const UString& wantedPrefix);
@@ -64,17 +81,23 @@ public:
     // that destroyNode tells apart.
     bool keepsStartTag : 1 = false;
     bool isTableCell : 1 = false;
+    // True once the namespace URI is cached: an empty one is cached so.
+    bool namespaceUriKnown : 1 = false;
     // The element's name; empty until asked for when the element was made
     // from its tag id alone.
     CompactText name;
     AttributeMap attributes;
-    CompactText prefix;
-    const UString* namespaceUriCache = nullptr;
 
 private:
+    ElementRarities& rarities();
+    void releaseRarities() noexcept;
+
     void cacheRow(const TagRow* row);
     // The row a lookup of the name finds, or null.
     const TagRow* rowOfName() const;
+
+    // Null while the element has none of them.
+    ElementRarities* rare = nullptr;
 };
 
 // An element of a formatting tag (a, b, font, nobr and the like). It keeps

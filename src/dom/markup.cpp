@@ -90,7 +90,7 @@ void appendQualifiedName(UString& out, const UString& prefix, NamespaceId namesp
 
 void appendElementName(UString& out, Element& element)
 {
-    appendQualifiedName(out, element.prefix, element.namespaceId, element.getNodeName());
+    appendQualifiedName(out, element.prefix(), element.namespaceId, element.getNodeName());
 }
 
 // The start tag of an element. Returns true when its children and end tag

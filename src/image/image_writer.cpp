@@ -95,11 +95,11 @@ private:
 // find; attributes owned by another element keep the lazy lookup.
 void resolveNamespaces(Element& element, const NamespaceScopes& scopes)
 {
-    if (!element.namespaceUriCache) element.namespaceUriCache = &scopes.lookup(element.prefix);
+    if (!element.cachedNamespaceUri()) element.cacheNamespaceUri(scopes.lookup(element.prefix()));
     for (const auto& entry : element.attributes) {
         Attribute& attribute = *entry.second;
         if (attribute.namespaceUriCache || attribute.owner != &element) continue;
-        attribute.namespaceUriCache = attribute.prefix.empty() ? element.namespaceUriCache
+        attribute.namespaceUriCache = attribute.prefix.empty() ? element.cachedNamespaceUri()
                                                                : &scopes.lookup(attribute.prefix);
     }
 }

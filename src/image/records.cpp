@@ -91,7 +91,7 @@ std::uint32_t serializeElement(Element& element, std::uint8_t* destination, Stri
     std::uint32_t recordSize = kRecordHeadSize + payloadSize + 4 * childCount;
     if (!strings) return recordSize;
     const std::uint32_t nameString = strings->intern(element.name);
-    const std::uint32_t prefixString = internUnlessEmpty(element.prefix, *strings);
+    const std::uint32_t prefixString = internUnlessEmpty(element.prefix(), *strings);
     const std::uint32_t uriString = internUnlessEmpty(element.getNamespaceUri(), *strings);
     if (!destination) {
         for (const auto& entry : attributes) {

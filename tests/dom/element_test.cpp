@@ -17,11 +17,29 @@ TEST(ElementIdentity, ElementFromTokenTakesNameAndPrefixAndLooksUpLater)
     auto element = makeElement(u"rect", {}, u"svg");
     EXPECT_EQ(element->nodeType, NodeType::Element);
     EXPECT_EQ(element->name, u"rect");
-    EXPECT_EQ(element->prefix, u"svg");
+    EXPECT_EQ(element->prefix(), u"svg");
     EXPECT_EQ(element->tagId, TagId::Unknown);
     EXPECT_EQ(element->getTagId(), TagId::Rect);
     EXPECT_EQ(element->tagId, TagId::Rect);
     EXPECT_EQ(element->category, TagCategory::Unclassified);
+}
+
+TEST(ElementIdentity, PrefixAndCachedNamespaceUriAreKeptAndCleared)
+{
+    auto element = makeElement(u"x");
+    EXPECT_TRUE(element->prefix().empty());
+    EXPECT_EQ(element->cachedNamespaceUri(), nullptr);
+    const UString uri = u"urn:x";
+    element->cacheNamespaceUri(uri);
+    EXPECT_EQ(element->cachedNamespaceUri(), &uri);
+    element->setPrefix(u"p");
+    EXPECT_EQ(element->prefix(), u"p");
+    element->cacheNamespaceUri(UString());
+    EXPECT_EQ(element->cachedNamespaceUri(), &sharedEmptyString());
+    EXPECT_EQ(element->prefix(), u"p");
+    element->setPrefix(u"");
+    EXPECT_TRUE(element->prefix().empty());
+    EXPECT_EQ(&element->getNamespaceUri(), &sharedEmptyString());
 }
 
 TEST(ElementIdentity, NamesOfTheListAreSharedAndOtherNamesCopied)
@@ -35,7 +53,7 @@ TEST(ElementIdentity, NamesOfTheListAreSharedAndOtherNamesCopied)
     EXPECT_EQ(upper->name, u"DIV");
     EXPECT_EQ(custom->name, u"my-element");
     EXPECT_NE(&upper->name.str(), &makeElement(u"DIV")->name.str());
-    EXPECT_EQ(makeElement(u"rect")->prefix.str(), u"");
+    EXPECT_EQ(makeElement(u"rect")->prefix().str(), u"");
 }
 
 TEST(ElementIdentity, UnknownNameIsLookedUpAgainEachTime)

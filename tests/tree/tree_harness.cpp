@@ -25,7 +25,7 @@ std::string quoted(const std::string& text)
 std::string elementLine(Element& element)
 {
     std::string line = "<";
-    if (!element.prefix.empty()) line += narrow(element.prefix) + ":";
+    if (!element.prefix().empty()) line += narrow(element.prefix()) + ":";
     if (element.name.empty() && element.tagId != TagId::Unknown) {
         line += '(';
         line += narrow(tagNameText(static_cast<std::int32_t>(element.tagId)));
