@@ -58,7 +58,7 @@ AttributeMap::Storage* AttributeMap::newStorage() const
 
 void AttributeMap::deleteStorage(Storage* gone) noexcept
 {
-    ParseHeap* from = gone->heap;
+    ParseHeap* from = gone->heap();
     if (!from) {
         delete gone;
         return;

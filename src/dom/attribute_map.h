@@ -110,15 +110,13 @@ public:
 private:
     // The array, shared by the copies that have not changed since.
     struct Storage {
-        explicit Storage(ParseHeap* source)
-            : heap(source), entries(ParseHeapAllocator<value_type>(source))
-        {
-        }
+        explicit Storage(ParseHeap* source) : entries(ParseHeapAllocator<value_type>(source)) {}
 
         // Where the storage itself and its array come from; null for the
-        // general allocator.
-        ParseHeap* heap;
-        std::size_t sharers = 1;
+        // general allocator. The array's allocator holds it.
+        ParseHeap* heap() const { return entries.get_allocator().heap; }
+
+        std::uint32_t sharers = 1;
         Entries entries;
         // While entries are gathered out of order: the position of each key.
         std::unique_ptr<std::map<UString, std::uint32_t, std::less<>>> pendingIndex;
@@ -148,7 +146,7 @@ private:
     {
         Storage* gone = storage();
         if (!gone) return;
-        held = heldWithout(gone->heap);
+        held = heldWithout(gone->heap());
         if (--gone->sharers == 0) deleteStorage(gone);
     }
     static void deleteStorage(Storage* gone) noexcept;
@@ -171,7 +169,7 @@ private:
     ParseHeap* heap() const noexcept
     {
         const Storage* present = storage();
-        return present ? present->heap : reinterpret_cast<ParseHeap*>(held & ~kNoStorage);
+        return present ? present->heap() : reinterpret_cast<ParseHeap*>(held & ~kNoStorage);
     }
 
     std::uintptr_t held = kNoStorage;
