@@ -60,9 +60,19 @@ inline bool operator==(const CompactText& text, std::u16string_view other)
     return std::u16string_view(text) == other;
 }
 
+inline bool operator==(const CompactText& text, const CompactText& other)
+{
+    return std::u16string_view(text) == std::u16string_view(other);
+}
+
 inline bool operator<(const CompactText& text, std::u16string_view other)
 {
     return std::u16string_view(text) < other;
+}
+
+inline bool operator<(const CompactText& text, const CompactText& other)
+{
+    return std::u16string_view(text) < std::u16string_view(other);
 }
 
 }  // namespace Parsers
