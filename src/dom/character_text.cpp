@@ -30,7 +30,7 @@ void CharacterText::grow(std::size_t units, bool wideAfter, ParseHeap* heap)
         std::uint8_t narrow[kInlineBytes];
         std::memcpy(narrow, inlineBytes, length);
         widenInto(inlineUnits, narrow, length);
-        wide = true;
+        wide = 1;
         return;
     }
     const std::size_t unitBytes = wideAfter ? 2 : 1;
@@ -46,7 +46,7 @@ void CharacterText::grow(std::size_t units, bool wideAfter, ParseHeap* heap)
     if (!isInline()) releaseOn(heap, external, capacityBytes);
     external = block;
     capacityBytes = static_cast<std::uint32_t>(grown);
-    wide = wideAfter;
+    wide = wideAfter ? 1 : 0;
 }
 
 void CharacterText::appendAndGrow(std::u16string_view extra, ParseHeap* heap)
@@ -93,7 +93,7 @@ void CharacterText::release(ParseHeap* heap) noexcept
 {
     if (!isInline()) releaseOn(heap, external, capacityBytes);
     capacityBytes = kInlineBytes;
-    wide = false;
+    wide = 0;
     length = 0;
 }
 

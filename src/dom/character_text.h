@@ -70,7 +70,7 @@ public:
     std::size_t size() const { return length; }
     bool empty() const { return length == 0; }
     // True once a unit at or above 256 made the units two bytes each.
-    bool isWide() const { return wide; }
+    bool isWide() const { return wide != 0; }
     // The units, one byte each, of a text that is not wide.
     const std::uint8_t* narrowData() const { return isInline() ? inlineBytes : static_cast<std::uint8_t*>(external); }
     // The units of a wide text.
@@ -118,8 +118,10 @@ private:
         char16_t inlineUnits[kInlineBytes / 2];
     };
     std::uint32_t length = 0;
+    // One type for both fields: some compilers give fields of different
+    // types separate words.
     std::uint32_t capacityBytes : 31 = kInlineBytes;
-    bool wide : 1 = false;
+    std::uint32_t wide : 1 = 0;
 };
 
 // Unit for unit, whatever the width of the text.
