@@ -10,6 +10,7 @@
 #include "dom/node.h"
 #include "image/image_block.h"
 #include "image/image_format.h"
+#include "image/records.h"
 #include "image/string_table.h"
 
 namespace Parsers {
@@ -90,18 +91,22 @@ private:
     std::vector<std::u16string_view> undo;
 };
 
-// Fills the namespace URI caches of an element and of the attributes it owns
-// from the declarations in force. The values are those the lazy lookups would
-// find; attributes owned by another element keep the lazy lookup.
-void resolveNamespaces(Element& element, const NamespaceScopes& scopes)
+// The namespace URI of an element, from the declarations in force unless the
+// element has cached one, and the caches of the attributes it owns filled the
+// same way. The values are those the lazy lookups would find; attributes owned
+// by another element keep the lazy lookup. The element's own URI is not
+// cached: most elements never look theirs up, and a cache of their own would
+// cost them a block.
+const UString& resolveNamespaces(Element& element, const NamespaceScopes& scopes)
 {
-    if (!element.cachedNamespaceUri()) element.cacheNamespaceUri(scopes.lookup(element.prefix()));
+    const UString* cached = element.cachedNamespaceUri();
+    const UString& uri = cached ? *cached : scopes.lookup(element.prefix());
     for (const auto& entry : element.attributes) {
         Attribute& attribute = *entry.second;
         if (attribute.namespaceUriCache || attribute.owner != &element) continue;
-        attribute.namespaceUriCache = attribute.prefix.empty() ? element.cachedNamespaceUri()
-                                                               : &scopes.lookup(attribute.prefix);
+        attribute.namespaceUriCache = attribute.prefix.empty() ? &uri : &scopes.lookup(attribute.prefix);
     }
+    return uri;
 }
 
 // The attributes in table order, the number of nodes and the size of the
@@ -164,17 +169,18 @@ NumberingFrame numberNode(Node* node, Collection& collection, NamespaceScopes& s
                           StringTable& strings)
 {
     ++collection.nodeCount;
-    std::size_t bindings = 0;
-    if (node->nodeType == NodeType::Element) {
-        auto* element = static_cast<Element*>(node);
-        bindings = scopes.enter(*element);
-        resolveNamespaces(*element, scopes);
-        for (const auto& entry : element->attributes) {
-            entry.second->imageIndex = static_cast<std::int32_t>(collection.attributes.size());
-            collection.attributes.push_back(entry.second.get());
-        }
+    if (node->nodeType != NodeType::Element) {
+        collection.nodeTableSize += node->serialize(nullptr, &strings);
+        return NumberingFrame{node, 0, 0};
     }
-    collection.nodeTableSize += node->serialize(nullptr, &strings);
+    auto* element = static_cast<Element*>(node);
+    const std::size_t bindings = scopes.enter(*element);
+    const UString& namespaceUri = resolveNamespaces(*element, scopes);
+    for (const auto& entry : element->attributes) {
+        entry.second->imageIndex = static_cast<std::int32_t>(collection.attributes.size());
+        collection.attributes.push_back(entry.second.get());
+    }
+    collection.nodeTableSize += writeElementRecord(*element, nullptr, strings, namespaceUri);
     return NumberingFrame{node, 0, bindings};
 }
 
@@ -233,8 +239,14 @@ public:
             parent->childNumber += 4;
         }
         ++nextNumber;
-        nodeTable += node->serialize(nodeTable, &strings);
-        if (node->nodeType == NodeType::Element) writeAttributeRecords(static_cast<Element&>(*node));
+        if (node->nodeType == NodeType::Element) {
+            auto& element = static_cast<Element&>(*node);
+            // The replay gives the URI's number back without looking at a text.
+            nodeTable += writeElementRecord(element, nodeTable, strings, sharedEmptyString());
+            writeAttributeRecords(element);
+        } else {
+            nodeTable += node->serialize(nodeTable, &strings);
+        }
         return WritingFrame{node, 0, nodeTable - 4 * node->children.size()};
     }
 

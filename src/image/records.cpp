@@ -1,4 +1,6 @@
 // The records that nodes and attributes write into the image's tables.
+#include "image/records.h"
+
 #include "dom/binary_serializable.h"
 
 #include "dom/element.h"
@@ -80,7 +82,8 @@ DeclarationStrings internDeclaration(const Attribute& declaration, StringTable& 
 
 // Each record takes its strings first, in the order it uses them. In the
 // numbering round, which has no destination, that is all it does.
-std::uint32_t serializeElement(Element& element, std::uint8_t* destination, StringTable* strings)
+std::uint32_t serializeElement(Element& element, std::uint8_t* destination, StringTable* strings,
+                               const UString* namespaceUri)
 {
     const AttributeMap& attributes = element.attributes;
     auto attributeCount = static_cast<std::uint32_t>(attributes.size());
@@ -92,7 +95,8 @@ std::uint32_t serializeElement(Element& element, std::uint8_t* destination, Stri
     if (!strings) return recordSize;
     const std::uint32_t nameString = strings->intern(element.name);
     const std::uint32_t prefixString = internUnlessEmpty(element.prefix(), *strings);
-    const std::uint32_t uriString = internUnlessEmpty(element.getNamespaceUri(), *strings);
+    const std::uint32_t uriString =
+        internUnlessEmpty(namespaceUri ? *namespaceUri : element.getNamespaceUri(), *strings);
     if (!destination) {
         for (const auto& entry : attributes) {
             if (isNamespaceDeclaration(*entry.second)) internDeclaration(*entry.second, *strings);
@@ -126,6 +130,12 @@ std::uint32_t serializeElement(Element& element, std::uint8_t* destination, Stri
 
 }  // namespace
 
+std::uint32_t writeElementRecord(Element& element, std::uint8_t* destination, StringTable& strings,
+                                 const UString& namespaceUri)
+{
+    return serializeElement(element, destination, &strings, &namespaceUri);
+}
+
 std::uint32_t Node::serialize(std::uint8_t* destination, StringTable* strings)
 {
     switch (nodeType) {
@@ -153,7 +163,7 @@ std::uint32_t Comment::serialize(std::uint8_t* destination, StringTable* strings
 
 std::uint32_t Element::serialize(std::uint8_t* destination, StringTable* strings)
 {
-    return serializeElement(*this, destination, strings);
+    return serializeElement(*this, destination, strings, nullptr);
 }
 
 template <>
