@@ -51,8 +51,7 @@ public:
                                               AttributeMap::iterator to);
     // The URI declared for the element's own prefix; cached at the first call.
     const UString& getNamespaceUri();
-    // The cached URI; null before the first call (or before the image writer
-    // has cached it).
+    // The cached URI; null until getNamespaceUri or cacheNamespaceUri ran.
     const UString* cachedNamespaceUri() const;
     // Caches the URI that getNamespaceUri answers from then on.
     void cacheNamespaceUri(const UString& uri);
