@@ -13,20 +13,6 @@ bool keyBefore(const AttributeMap::value_type& entry, std::u16string_view key)
     return std::u16string_view(entry.first) < key;
 }
 
-// The names of the attribute name list as texts that live as long as the
-// program, by attribute id.
-const std::vector<UString>& attributeNameStrings()
-{
-    static const std::vector<UString> texts = [] {
-        std::vector<UString> made(kAttributeCount);
-        for (std::int32_t id = 0; id < kAttributeCount; ++id) {
-            if (const AttributeRow* row = attributeRowById(static_cast<AttributeId>(id))) made[id] = row->name;
-        }
-        return made;
-    }();
-    return texts;
-}
-
 // The entry for a key: a name of the list is kept as the list's text.
 AttributeMap::value_type makeEntry(const UString& key, const AttributeRef& value)
 {

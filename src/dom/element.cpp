@@ -13,20 +13,6 @@ const UString& sharedEmptyString()
 
 namespace {
 
-// The texts of the tag name list as UStrings that live as long as the
-// program, by row. Made once, at the first call, and constant from then on.
-const std::vector<UString>& tagNameStrings()
-{
-    static const std::vector<UString> texts = [] {
-        std::vector<UString> made(kTagNameListSize);
-        for (std::int32_t index = 0; index < kTagNameListSize; ++index) {
-            if (const char16_t* text = tagNameText(index)) made[index] = text;
-        }
-        return made;
-    }();
-    return texts;
-}
-
 // A text of the tag name list; the shared empty string for a row outside the
 // list.
 const UString& tagNameString(std::int32_t row)

@@ -9,6 +9,7 @@
 #include "dom/element.h"
 #include "dom/names.h"
 #include "dom/node.h"
+#include "dom/node_classes.h"
 
 namespace Parsers {
 
@@ -191,27 +192,7 @@ const UString& escapeMarkup(std::u16string_view text, bool inAttribute)
 
 void Node::writeMarkup(UString& out)
 {
-    switch (nodeType) {
-    case NodeType::Element:
-    case NodeType::Marker:
-        static_cast<Element*>(this)->writeMarkup(out);
-        return;
-    case NodeType::Text:
-        static_cast<TextNode*>(this)->writeMarkup(out);
-        return;
-    case NodeType::Comment:
-        static_cast<Comment*>(this)->writeMarkup(out);
-        return;
-    case NodeType::DocumentType:
-        static_cast<DocumentType*>(this)->writeMarkup(out);
-        return;
-    case NodeType::XmlDeclaration:
-        static_cast<XmlDeclaration*>(this)->writeMarkup(out);
-        return;
-    case NodeType::Document:
-        static_cast<Document*>(this)->writeMarkup(out);
-        return;
-    }
+    visitAsItsClass(*this, [&out](auto& typed) { typed.writeMarkup(out); });
 }
 
 void Document::writeMarkup(UString& out)

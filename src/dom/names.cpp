@@ -136,4 +136,34 @@ const ForeignAttributeRow* foreignAttributeRowByNumber(std::int32_t number)
     return &kForeignAttributeRows[number];
 }
 
+namespace {
+
+// The texts of a list of `count` rows as UStrings; empty for a row without.
+template <typename TextOf>
+std::vector<UString> listStrings(std::int32_t count, TextOf textOf)
+{
+    std::vector<UString> made(static_cast<std::size_t>(count));
+    for (std::int32_t row = 0; row < count; ++row) {
+        if (const char16_t* text = textOf(row)) made[static_cast<std::size_t>(row)] = text;
+    }
+    return made;
+}
+
+}  // namespace
+
+const std::vector<UString>& tagNameStrings()
+{
+    static const std::vector<UString> texts = listStrings(kTagNameListSize, tagNameText);
+    return texts;
+}
+
+const std::vector<UString>& attributeNameStrings()
+{
+    static const std::vector<UString> texts = listStrings(kAttributeCount, [](std::int32_t id) {
+        const AttributeRow* row = attributeRowById(static_cast<AttributeId>(id));
+        return row ? row->name : nullptr;
+    });
+    return texts;
+}
+
 }  // namespace Parsers

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "library/shared_types.h"
 #include "dom/tag_ids.h"        // generated: enum class TagId
@@ -62,5 +63,12 @@ const TagRow* tagRowById(TagId id);
 const AttributeRow* attributeRowById(AttributeId id);
 // The row of the foreign attribute table by its number, or null.
 const ForeignAttributeRow* foreignAttributeRowByNumber(std::int32_t number);
+
+// The texts of the tag name list by row, and the names of the attribute table
+// by id, as texts that live as long as the program: holders of a name that is
+// in a list keep the address of the list's text instead of a copy (see
+// CompactText). Made at the first call, constant from then on.
+const std::vector<UString>& tagNameStrings();
+const std::vector<UString>& attributeNameStrings();
 
 }  // namespace Parsers

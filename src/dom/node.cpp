@@ -1,8 +1,10 @@
 #include "dom/node.h"
 
 #include <algorithm>
+#include <type_traits>
 
 #include "dom/element.h"
+#include "dom/node_classes.h"
 
 namespace Parsers {
 
@@ -24,52 +26,15 @@ Node::~Node()
     releaseChildren();
 }
 
-namespace {
-
-// Runs the destructor of the node's own class.
-void destroyAsItsClass(Node* node) noexcept
-{
-    switch (node->nodeType) {
-    case NodeType::Element: {
-        auto* element = static_cast<Element*>(node);
-        if (element->keepsStartTag) {
-            static_cast<FormattingElement*>(element)->~FormattingElement();
-        } else if (element->isTableCell) {
-            static_cast<TableCellElement*>(element)->~TableCellElement();
-        } else {
-            element->~Element();
-        }
-        return;
-    }
-    case NodeType::Marker:
-        static_cast<MarkerElement*>(node)->~MarkerElement();
-        return;
-    case NodeType::Text:
-        static_cast<TextNode*>(node)->~TextNode();
-        return;
-    case NodeType::Comment:
-        static_cast<Comment*>(node)->~Comment();
-        return;
-    case NodeType::DocumentType:
-        static_cast<DocumentType*>(node)->~DocumentType();
-        return;
-    case NodeType::XmlDeclaration:
-        static_cast<XmlDeclaration*>(node)->~XmlDeclaration();
-        return;
-    case NodeType::Document:
-        static_cast<Document*>(node)->~Document();
-        return;
-    }
-    node->~Node();
-}
-
-}  // namespace
-
 void destroyNode(Node* node) noexcept
 {
     ParseHeap* heap = node->children.heap();
     const std::size_t bytes = std::size_t{node->blockWords} * ParseHeap::kAlignment;
-    destroyAsItsClass(node);
+    // The destructor of the node's own class.
+    visitAsItsClass(*node, [](auto& typed) {
+        using Class = std::remove_reference_t<decltype(typed)>;
+        typed.~Class();
+    });
     releaseOn(heap, node, bytes);
 }
 

@@ -249,6 +249,24 @@ TEST(TagTable, HoldsExactlyTheExpectedCounts)
     EXPECT_EQ(kTagNameListSize, 239);
 }
 
+TEST(NameStrings, ListTextsAsLastingStringsByRowAndId)
+{
+    const std::vector<UString>& tags = tagNameStrings();
+    ASSERT_EQ(tags.size(), static_cast<std::size_t>(kTagNameListSize));
+    for (std::int32_t row = 0; row < kTagNameListSize; ++row) {
+        EXPECT_EQ(tags[static_cast<std::size_t>(row)], UString(tagNameText(row)));
+    }
+    EXPECT_EQ(&tagNameStrings(), &tags);
+    const std::vector<UString>& attributes = attributeNameStrings();
+    ASSERT_EQ(attributes.size(), static_cast<std::size_t>(kAttributeCount));
+    for (std::int32_t id = 0; id < kAttributeCount; ++id) {
+        const AttributeRow* row = attributeRowById(static_cast<AttributeId>(id));
+        ASSERT_NE(row, nullptr);
+        EXPECT_EQ(attributes[static_cast<std::size_t>(id)], UString(row->name));
+    }
+    EXPECT_EQ(&attributeNameStrings(), &attributes);
+}
+
 TEST(TagTable, EveryTagIsFoundWithItsIdAndCategory)
 {
     for (std::size_t id = 0; id < std::size(kExpectedTags); ++id) {
