@@ -92,16 +92,6 @@ void copyUnits(std::uint8_t* to, const TableString& text)
     }
 }
 
-// Room for at least one more item, grown by half instead of doubled: the
-// tables of a large document are megabytes, and a doubled one would be half
-// empty on average while the image is written beside it.
-template <typename Vector>
-void roomForMore(Vector& items, std::size_t more)
-{
-    if (items.capacity() - items.size() >= more) return;
-    items.reserve(items.capacity() + items.capacity() / 2 + more + 16);
-}
-
 std::size_t slotCountFor(std::size_t strings)
 {
     std::size_t count = 16;
@@ -111,10 +101,7 @@ std::size_t slotCountFor(std::size_t strings)
 
 }  // namespace
 
-StringTable::StringTable(std::size_t expectedStrings) : slots(slotCountFor(expectedStrings))
-{
-    entries.reserve(expectedStrings);
-}
+StringTable::StringTable(std::size_t expectedStrings) : slots(slotCountFor(expectedStrings)) {}
 
 std::uint32_t StringTable::number(TableString text)
 {
@@ -143,7 +130,6 @@ void StringTable::replay(std::uint8_t* stringArea)
 void StringTable::keepAnswer(std::uint64_t code)
 {
     ++callCount;
-    roomForMore(answers, 5);
     while (code >= 0x80) {
         answers.push_back(static_cast<std::uint8_t>(code | 0x80));
         code >>= 7;
@@ -175,7 +161,6 @@ std::uint32_t StringTable::replayAnswer()
 std::uint32_t StringTable::add(TableString text, std::uint32_t hashHigh, std::size_t slot)
 {
     const auto number = static_cast<std::uint32_t>(entries.size());
-    roomForMore(entries, 1);
     entries.push_back(text);
     numbered.nextNumber = number + 1;
     numbered.nextOffset += 2ull * text.length + 2;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "dom/character_text.h"
+#include "image/segmented_vector.h"
 #include "library/shared_types.h"
 
 namespace Parsers {
@@ -110,7 +111,7 @@ public:
     // How many strings have been asked for so far, repeats included.
     std::size_t calls() const { return callCount; }
 
-    const std::vector<TableString>& strings() const { return entries; }
+    const SegmentedVector<TableString>& strings() const { return entries; }
     std::uint32_t size() const { return static_cast<std::uint32_t>(entries.size()); }
     // Bytes of the table in the image: each string's units and one zero unit.
     std::uint64_t byteSize() const { return numbered.nextOffset; }
@@ -139,9 +140,12 @@ private:
 
     void keepAnswer(std::uint64_t code);
 
-    std::vector<TableString> entries;
+    // The strings and the answers grow by segments: a large document's tables
+    // take megabytes, and buffers outgrown by a vector would stay in the
+    // process's memory while the image is written.
+    SegmentedVector<TableString> entries;
     std::vector<Slot> slots;  // a power of two of them, at most three quarters in use
-    std::vector<std::uint8_t> answers;
+    SegmentedVector<std::uint8_t> answers;
     std::size_t callCount = 0;
     // Where the numbering round stands: the next answer, new number and
     // offset in the string table.
