@@ -6,7 +6,6 @@
 #include <string_view>
 #include <type_traits>
 
-#include "dom/binary_serializable.h"
 #include "dom/compact_text.h"
 #include "dom/names.h"
 #include "dom/node_ref.h"
@@ -16,13 +15,14 @@
 namespace Parsers {
 
 class Element;
+class StringTable;
 
 // An attribute over a string type: UString for tokens and elements, a narrow
 // std::string for the encoding prescan, which reads raw bytes. Attributes of
 // tokens and elements count their references themselves (see makeAttribute)
 // and hold their prefix, nearly always empty, in one pointer.
 template <typename String>
-class BasicAttribute : public BinarySerializable {
+class BasicAttribute {
 public:
     using CharType = typename String::value_type;
     using View = std::basic_string_view<CharType>;
@@ -34,9 +34,14 @@ public:
     }
     BasicAttribute(const BasicAttribute&) = default;
     BasicAttribute& operator=(const BasicAttribute&) = delete;
-    ~BasicAttribute() override = default;
+    ~BasicAttribute() = default;
 
-    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable) override;
+    // With a null destination returns the byte size of the record and writes
+    // nothing; given a string table as well, it numbers the record's strings in
+    // it in the order the record uses them. Otherwise writes the record at
+    // destination, interning its strings in stringTable, and returns the same
+    // size. Node::serialize works the same way.
+    std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable);
 
     // Assigns the local name; the cached attribute id no longer holds.
     void setName(const String& newName)

@@ -33,7 +33,7 @@ public:
     Node(const Node&) = delete;
     Node& operator=(const Node&) = delete;
 
-    // Writes the node's record as BinarySerializable::serialize describes
+    // Writes the node's record as Attribute::serialize describes
     // (records.cpp). Only elements, texts and comments have records in an
     // image; every other node throws here. A record ends with the numbers of
     // the node's children, 4 bytes each, which only the image writer knows:

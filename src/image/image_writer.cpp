@@ -112,7 +112,7 @@ const UString& resolveNamespaces(Element& element, const NamespaceScopes& scopes
 // The attributes in table order, the number of nodes and the size of the
 // node table.
 struct Collection {
-    std::vector<BinarySerializable*> attributes;
+    std::vector<Attribute*> attributes;
     std::uint32_t nodeCount = 0;
     std::uint64_t nodeTableSize = 0;
     // Where the numbering round stood when the nodes had their strings: the
@@ -198,10 +198,10 @@ void collectImageItems(Document& document, Collection& collection, StringTable& 
 
 // The numbering round of a table: the size of every record, and the strings
 // that the records use, numbered in that order. Returns the table's size.
-std::uint64_t numberTable(const std::vector<BinarySerializable*>& items, StringTable& strings)
+std::uint64_t numberTable(const std::vector<Attribute*>& items, StringTable& strings)
 {
     std::uint64_t size = 0;
-    for (BinarySerializable* item : items) size += item->serialize(nullptr, &strings);
+    for (Attribute* item : items) size += item->serialize(nullptr, &strings);
     return size;
 }
 

@@ -1,7 +1,6 @@
 // The records that nodes and attributes write into the image's tables.
 #include "image/records.h"
 
-#include "dom/binary_serializable.h"
 
 #include "dom/element.h"
 #include "dom/node.h"
