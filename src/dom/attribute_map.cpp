@@ -1,8 +1,9 @@
 #include "dom/attribute_map.h"
 
 #include <algorithm>
+#include <memory>
+#include <new>
 #include <stdexcept>
-#include <vector>
 
 namespace Parsers {
 
@@ -30,69 +31,92 @@ AttributeMap::value_type makeEntry(const UString& key, const AttributeRef& value
 
 void AttributeMap::sortPending() const
 {
-    std::sort(storage()->entries.begin(), storage()->entries.end(),
+    Storage* sorting = storage();
+    std::sort(sorting->entries(), sorting->entries() + sorting->count,
               [](const value_type& a, const value_type& b) { return a.first < b.first; });
-    storage()->pendingIndex.reset();
+    sorting->pendingIndex.reset();
 }
 
-AttributeMap::Storage* AttributeMap::newStorage() const
+AttributeMap::Storage* AttributeMap::newStorage(ParseHeap* source, std::size_t capacity)
 {
-    ParseHeap* source = heap();
-    if (!source) return new Storage(nullptr);
-    return new (source->allocate(sizeof(Storage))) Storage(source);
+    const std::size_t bytes = sizeof(Storage) + capacity * sizeof(value_type);
+    void* block = allocateOn(source, bytes);
+    return new (block) Storage{source, nullptr, 1, 0, static_cast<std::uint32_t>(capacity)};
 }
 
 void AttributeMap::deleteStorage(Storage* gone) noexcept
 {
-    ParseHeap* from = gone->heap();
-    if (!from) {
-        delete gone;
-        return;
-    }
+    ParseHeap* from = gone->heap;
+    const std::size_t bytes = sizeof(Storage) + std::size_t{gone->capacity} * sizeof(value_type);
+    std::destroy_n(gone->entries(), gone->count);
     gone->~Storage();
-    from->deallocate(gone, sizeof(Storage));
+    releaseOn(from, gone, bytes);
 }
 
-AttributeMap::Entries& AttributeMap::ownEntries()
+const AttributeMap::value_type* AttributeMap::appendEntry(Storage& into, value_type&& entry)
 {
-    if (!storage()) {
-        hold(newStorage());
-    } else if (storage()->sharers > 1) {
-        // Changes go to an array of this map's own.
-        Storage* own = newStorage();
+    value_type* slot = into.entries() + into.count;
+    new (slot) value_type(std::move(entry));
+    ++into.count;
+    return slot;
+}
+
+const AttributeMap::value_type* AttributeMap::appendCopy(Storage& into, const value_type& entry)
+{
+    value_type* slot = into.entries() + into.count;
+    new (slot) value_type(entry);
+    ++into.count;
+    return slot;
+}
+
+AttributeMap::Storage& AttributeMap::ownStorage(std::size_t more)
+{
+    Storage* present = storage();
+    const std::size_t count = present ? present->count : 0;
+    if (present && present->sharers == 1 && present->capacity - count >= more) return *present;
+    // A new array: of this map's own when the present one is shared, larger
+    // when it is full. It grows from one entry: most maps keep a single
+    // attribute, and room for more made at the start stayed unused in most
+    // elements.
+    const std::size_t capacity =
+        present && present->capacity - count < more ? std::max(count + more, 2 * std::size_t{present->capacity})
+                                                    : count + more;
+    Storage* own = newStorage(heap(), std::max<std::size_t>(capacity, 1));
+    if (present) {
+        const bool shared = present->sharers > 1;
         try {
-            own->entries = sortedEntries();
+            if (shared) {
+                sortedStorage();
+                for (const value_type& entry : *this) appendCopy(*own, entry);
+            } else {
+                for (std::uint32_t index = 0; index < present->count; ++index) {
+                    appendEntry(*own, std::move(present->entries()[index]));
+                }
+                own->pendingIndex = std::move(present->pendingIndex);
+            }
         } catch (...) {
             deleteStorage(own);
             throw;
         }
-        --storage()->sharers;
-        hold(own);
     }
-    return storage()->entries;
+    release();
+    hold(own);
+    return *own;
 }
 
-void AttributeMap::replaceEntries(Entries&& entries)
+void AttributeMap::replaceStorage(Storage* own) noexcept
 {
-    if (entries.empty()) {
-        release();
+    release();
+    if (own->count == 0) {
+        deleteStorage(own);
         return;
     }
-    if (!storage() || storage()->sharers > 1) {
-        Storage* own = newStorage();
-        own->entries = std::move(entries);
-        release();
-        hold(own);
-        return;
-    }
-    storage()->entries = std::move(entries);
-    storage()->pendingIndex.reset();
+    hold(own);
 }
 
 AttributeMap::const_iterator AttributeMap::lowerBound(std::u16string_view key) const
 {
-    const Entries& sorted = sortedEntries();
-    return std::lower_bound(sorted.begin(), sorted.end(), key, keyBefore);
+    return std::lower_bound(begin(), end(), key, keyBefore);
 }
 
 AttributeMap::const_iterator AttributeMap::find(std::u16string_view key) const
@@ -113,8 +137,8 @@ AttributeRef& AttributeMap::operator[](std::u16string_view key)
     // The entry's place is taken before the array may be given up for a copy
     // of its own; the copy has the same order.
     const auto entry = try_emplace(UString(key), AttributeRef()).first;
-    const auto offset = static_cast<std::size_t>(entry - storage()->entries.cbegin());
-    return ownEntries()[offset].second;
+    const auto offset = static_cast<std::size_t>(entry - begin());
+    return ownStorage(0).entries()[offset].second;
 }
 
 std::pair<AttributeMap::const_iterator, bool> AttributeMap::try_emplace(UString key,
@@ -124,39 +148,47 @@ std::pair<AttributeMap::const_iterator, bool> AttributeMap::try_emplace(UString 
     // A map of its own that gathers out of order checks its keys in its index:
     // a search of the array would sort it.
     if (own && storage() && storage()->pendingIndex) return tryAppend(std::move(key), value);
-    if (own && (!storage() || storage()->entries.back().first < key)) {
-        // In order: most tags write their attributes so, or have few. The
-        // array grows from one entry: most maps keep a single attribute, and
-        // room for more made at the start stayed unused in most elements.
-        Entries& entries = ownEntries();
-        entries.push_back(makeEntry(key, value));
-        return {entries.cend() - 1, true};
+    if (own && (!storage() || storage()->entries()[storage()->count - 1].first < key)) {
+        // In order: most tags write their attributes so, or have few.
+        value_type entry = makeEntry(key, value);
+        return {appendEntry(ownStorage(1), std::move(entry)), true};
     }
     const auto existing = find(key);
     if (existing != end()) return {existing, false};
-    Entries& entries = ownEntries();
-    if (entries.size() >= kSortedInsertLimit) {
-        auto index = std::make_unique<std::map<UString, std::uint32_t, std::less<>>>();
-        for (std::size_t position = 0; position < entries.size(); ++position) {
-            index->emplace_hint(index->end(), entries[position].first,
-                                static_cast<std::uint32_t>(position));
+    Storage& entries = ownStorage(1);
+    if (entries.count >= kSortedInsertLimit) {
+        auto index = std::make_unique<PendingIndex>();
+        for (std::uint32_t position = 0; position < entries.count; ++position) {
+            index->emplace_hint(index->end(), entries.entries()[position].first, position);
         }
-        storage()->pendingIndex = std::move(index);
+        entries.pendingIndex = std::move(index);
         return tryAppend(std::move(key), value);
     }
-    const auto position = std::lower_bound(entries.begin(), entries.end(), key, keyBefore);
-    return {entries.insert(position, makeEntry(key, value)), true};
+    value_type entry = makeEntry(key, value);
+    value_type* first = entries.entries();
+    value_type* last = first + entries.count;
+    value_type* position = std::lower_bound(first, last, key, keyBefore);
+    if (position == last) return {appendEntry(entries, std::move(entry)), true};
+    // Shifts the entries behind the place one up, the last one into the room.
+    appendEntry(entries, std::move(last[-1]));
+    std::move_backward(position, last - 1, last);
+    *position = std::move(entry);
+    return {position, true};
 }
 
 std::pair<AttributeMap::const_iterator, bool> AttributeMap::tryAppend(UString key,
                                                                        const AttributeRef& value)
 {
-    Entries& entries = storage()->entries;
-    const auto [indexed, added] =
-        storage()->pendingIndex->try_emplace(key, static_cast<std::uint32_t>(entries.size()));
-    if (!added) return {entries.cbegin() + indexed->second, false};
-    entries.push_back(makeEntry(key, value));
-    return {entries.cend() - 1, true};
+    Storage* entries = storage();
+    const auto [indexed, added] = entries->pendingIndex->try_emplace(key, entries->count);
+    if (!added) return {entries->entries() + indexed->second, false};
+    try {
+        value_type entry = makeEntry(key, value);
+        return {appendEntry(ownStorage(1), std::move(entry)), true};
+    } catch (...) {
+        storage()->pendingIndex->erase(indexed);
+        throw;
+    }
 }
 
 std::size_t AttributeMap::erase(std::u16string_view key)
@@ -164,9 +196,12 @@ std::size_t AttributeMap::erase(std::u16string_view key)
     const auto found = find(key);
     if (found == end()) return 0;
     const auto offset = found - begin();
-    Entries& entries = ownEntries();
-    entries.erase(entries.begin() + offset);
-    if (entries.empty()) release();
+    Storage& entries = ownStorage(0);
+    value_type* first = entries.entries();
+    std::move(first + offset + 1, first + entries.count, first + offset);
+    std::destroy_at(first + entries.count - 1);
+    --entries.count;
+    if (entries.count == 0) release();
     return 1;
 }
 

@@ -26,7 +26,6 @@
 #include <memory>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "dom/attribute.h"
 #include "dom/compact_text.h"
@@ -47,8 +46,7 @@ public:
     using key_type = UString;
     using mapped_type = AttributeRef;
     using value_type = AttributeEntry;
-    using Entries = std::vector<value_type, ParseHeapAllocator<value_type>>;
-    using const_iterator = Entries::const_iterator;
+    using const_iterator = const value_type*;
     using iterator = const_iterator;
 
     // Entries kept sorted as they come in; past this many, out of order ones
@@ -76,10 +74,9 @@ public:
     }
     ~AttributeMap() { release(); }
 
-    const_iterator begin() const { return sortedEntries().begin(); }
-    const_iterator end() const { return sortedEntries().end(); }
-
-    std::size_t size() const { return storage() ? storage()->entries.size() : 0; }
+    const_iterator begin() const { return storage() ? sortedStorage()->entries() : nullptr; }
+    const_iterator end() const { return storage() ? sortedStorage()->entries() + storage()->count : nullptr; }
+    std::size_t size() const { return storage() ? storage()->count : 0; }
     // The heap the entries lie on; null for the general allocator.
     ParseHeap* entriesHeap() const { return heap(); }
     bool empty() const { return size() == 0; }
@@ -90,7 +87,6 @@ public:
     const AttributeRef& at(std::u16string_view key) const;
     // The value of the key, entered empty first when there is none.
     AttributeRef& operator[](std::u16string_view key);
-
     // Enters the value under the key unless the key is taken; either way the
     // entry of the key comes back, with true when it is the new one.
     std::pair<const_iterator, bool> try_emplace(UString key, const AttributeRef& value);
@@ -108,50 +104,59 @@ public:
     void mergeMissing(const AttributeMap& other, Entered entered);
 
 private:
-    // The array, shared by the copies that have not changed since.
+    using PendingIndex = std::map<UString, std::uint32_t, std::less<>>;
+
+    // The array, shared by the copies that have not changed since: one block
+    // with this header and room for `capacity` entries behind it, so that a
+    // map of one attribute, as most are, takes one small block.
     struct Storage {
-        explicit Storage(ParseHeap* source) : entries(ParseHeapAllocator<value_type>(source)) {}
-
-        // Where the storage itself and its array come from; null for the
-        // general allocator. The array's allocator holds it.
-        ParseHeap* heap() const { return entries.get_allocator().heap; }
-
-        std::uint32_t sharers = 1;
-        Entries entries;
+        // Where the block comes from; null for the general allocator.
+        ParseHeap* heap;
         // While entries are gathered out of order: the position of each key.
-        std::unique_ptr<std::map<UString, std::uint32_t, std::less<>>> pendingIndex;
-    };
+        std::unique_ptr<PendingIndex> pendingIndex;
+        std::uint32_t sharers = 1;
+        std::uint32_t count = 0;
+        std::uint32_t capacity;
 
-    // The entries in order, sorting those gathered out of order first: that
-    // changes no content, so it may happen in a reading operation, and in
-    // an array that copies share.
-    const Entries& sortedEntries() const
+        value_type* entries() { return reinterpret_cast<value_type*>(this + 1); }
+        const value_type* entries() const { return reinterpret_cast<const value_type*>(this + 1); }
+    };
+    static_assert(sizeof(Storage) % alignof(value_type) == 0, "the entries follow the header");
+
+    static Storage* newStorage(ParseHeap* source, std::size_t capacity);
+    static void deleteStorage(Storage* gone) noexcept;
+    // Appends to a storage with room for one more.
+    static const value_type* appendEntry(Storage& into, value_type&& entry);
+    static const value_type* appendCopy(Storage& into, const value_type& entry);
+
+    // The storage with its entries in order, sorting those gathered out of
+    // order first: that changes no content, so it may happen in a reading
+    // operation, and in an array that copies share.
+    Storage* sortedStorage() const
     {
-        if (!storage()) return kNoEntries;
         if (storage()->pendingIndex) sortPending();
-        return storage()->entries;
+        return storage();
     }
     void sortPending() const;
-    // The entries of this map alone, ready to change.
-    Entries& ownEntries();
-    // Makes `entries` the content of this map, leaving any copies as they are.
-    void replaceEntries(Entries&& entries);
-    // A new array of this map's own, empty, from the map's heap.
-    Storage* newStorage() const;
+    // The storage of this map alone, ready to change, with room for `more`
+    // further entries.
+    Storage& ownStorage(std::size_t more);
+    // Makes `own`, a storage of nobody else's, the content of this map,
+    // leaving any copies as they are; an empty one goes at once.
+    void replaceStorage(Storage* own) noexcept;
     // Where the key is or would go in the sorted entries.
     const_iterator lowerBound(std::u16string_view key) const;
     // Appends past kSortedInsertLimit, with the index of the keys.
     std::pair<const_iterator, bool> tryAppend(UString key, const AttributeRef& value);
+
     void release() noexcept
     {
         Storage* gone = storage();
         if (!gone) return;
-        held = heldWithout(gone->heap());
+        held = heldWithout(gone->heap);
         if (--gone->sharers == 0) deleteStorage(gone);
     }
-    static void deleteStorage(Storage* gone) noexcept;
 
-    static inline const Entries kNoEntries;
     // The map is one word wide: the storage, or while there is none (most
     // elements have no attributes) the heap a storage will come from, marked
     // in the lowest bit.
@@ -169,7 +174,7 @@ private:
     ParseHeap* heap() const noexcept
     {
         const Storage* present = storage();
-        return present ? present->heap() : reinterpret_cast<ParseHeap*>(held & ~kNoStorage);
+        return present ? present->heap : reinterpret_cast<ParseHeap*>(held & ~kNoStorage);
     }
 
     std::uintptr_t held = kNoStorage;
@@ -178,19 +183,22 @@ private:
 template <typename Entered>
 void AttributeMap::mergeMissing(const AttributeMap& other, Entered entered)
 {
-    const Entries& mine = sortedEntries();
-    const Entries& theirs = other.sortedEntries();
-    Entries merged{ParseHeapAllocator<value_type>(heap())};
-    merged.reserve(mine.size() + theirs.size());
-    auto own = mine.begin();
-    for (const value_type& entry : theirs) {
-        while (own != mine.end() && own->first < entry.first) merged.push_back(*own++);
-        if (own != mine.end() && own->first == entry.first) continue;
-        merged.push_back(entry);
-        entered(entry.second);
+    Storage* merged = newStorage(heap(), size() + other.size());
+    try {
+        const value_type* own = begin();
+        const value_type* ownEnd = end();
+        for (const value_type& entry : other) {
+            while (own != ownEnd && own->first < entry.first) appendCopy(*merged, *own++);
+            if (own != ownEnd && own->first == entry.first) continue;
+            appendCopy(*merged, entry);
+            entered(entry.second);
+        }
+        for (; own != ownEnd; ++own) appendCopy(*merged, *own);
+    } catch (...) {
+        deleteStorage(merged);
+        throw;
     }
-    merged.insert(merged.end(), own, mine.end());
-    replaceEntries(std::move(merged));
+    replaceStorage(merged);
 }
 
 }  // namespace Parsers

@@ -248,5 +248,31 @@ TEST(AttributeMap, ACopyOfAMapGatheredOutOfOrderSortsAndGrowsApart)
     EXPECT_EQ(map.count(u"a"), 0u);
 }
 
+// Entries moved up for one entered before them, moved down for one erased,
+// and moved to a larger array as the map grows: each attribute stays held by
+// exactly one entry, and goes with the map.
+TEST(AttributeMap, MovingEntriesKeepsOneReferenceEach)
+{
+    ParseHeapOwner owner;
+    std::vector<AttributeRef> held;
+    {
+        AttributeMap map(owner.get());
+        for (const char16_t* key : {u"m", u"k", u"q", u"a", u"z", u"c"}) {
+            held.push_back(attributeNamed(key));
+            map.try_emplace(key, held.back());
+        }
+        EXPECT_EQ(keysOf(map), (std::vector<UString>{u"a", u"c", u"k", u"m", u"q", u"z"}));
+        for (const AttributeRef& attribute : held) EXPECT_EQ(attribute->referenceCount, 2u);
+        EXPECT_EQ(map.erase(u"c"), 1u);
+        EXPECT_EQ(map.erase(u"a"), 1u);
+        EXPECT_EQ(keysOf(map), (std::vector<UString>{u"k", u"m", u"q", u"z"}));
+        EXPECT_EQ(held[5]->referenceCount, 1u);
+        EXPECT_EQ(held[3]->referenceCount, 1u);
+        EXPECT_EQ(map.at(u"q"), held[2]);
+        EXPECT_EQ(held[0]->referenceCount, 2u);
+    }
+    for (const AttributeRef& attribute : held) EXPECT_EQ(attribute->referenceCount, 1u);
+}
+
 }  // namespace
 }  // namespace Parsers
