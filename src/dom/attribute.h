@@ -6,6 +6,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include "dom/character_text.h"
 #include "dom/compact_text.h"
 #include "dom/names.h"
 #include "dom/node_ref.h"
@@ -26,7 +27,11 @@ class BasicAttribute {
 public:
     using CharType = typename String::value_type;
     using View = std::basic_string_view<CharType>;
-    using Prefix = std::conditional_t<std::is_same_v<String, UString>, CompactText, String>;
+    static constexpr bool kWide = std::is_same_v<String, UString>;
+    using Prefix = std::conditional_t<kWide, CompactText, String>;
+    // The value of a tag's or element's attribute takes one byte a unit while
+    // its units are below 256, from the attribute's heap (see CharacterText).
+    using Value = std::conditional_t<kWide, CharacterText, String>;
 
     BasicAttribute(CharType firstCharacter, TextPosition where) : name(1, firstCharacter)
     {
@@ -34,7 +39,10 @@ public:
     }
     BasicAttribute(const BasicAttribute&) = default;
     BasicAttribute& operator=(const BasicAttribute&) = delete;
-    ~BasicAttribute() = default;
+    ~BasicAttribute()
+    {
+        if constexpr (kWide) value.release(heap);
+    }
 
     // With a null destination returns the byte size of the record and writes
     // nothing; given a string table as well, it numbers the record's strings in
@@ -81,9 +89,36 @@ public:
         return qualified;
     }
 
+    // Replaces the value.
+    void setValue(View units)
+    {
+        if constexpr (kWide) {
+            value.assign(units, heap);
+        } else {
+            value = units;
+        }
+    }
+    // Appends to the value.
+    void appendToValue(View units)
+    {
+        if constexpr (kWide) {
+            value.append(units, heap);
+        } else {
+            value.append(units);
+        }
+    }
+    void appendToValue(CharType unit)
+    {
+        if constexpr (kWide) {
+            value.push_back(unit, heap);
+        } else {
+            value.push_back(unit);
+        }
+    }
+
     // The namespace URI declared for the attribute's prefix, seen from its owner
     // element (only over UString; see element.cpp).
-    const UString& getNamespaceUri();
+    const CharacterText& getNamespaceUri();
 
     // Same name, value and prefix, unit for unit.
     bool equals(const BasicAttribute& other) const
@@ -98,9 +133,9 @@ public:
     // The references to the attribute (see Ref).
     std::uint32_t referenceCount = 0;
     String name;
-    String value;
+    Value value;
     Prefix prefix;
-    const UString* namespaceUriCache = nullptr;
+    const CharacterText* namespaceUriCache = nullptr;
     std::int32_t imageIndex = -1;
     Element* owner = nullptr;
     // Where makeAttribute took the attribute's memory from; null for the
@@ -137,7 +172,7 @@ template <>
 std::uint32_t Attribute::serialize(std::uint8_t* destination, StringTable* stringTable);
 
 template <>
-const UString& Attribute::getNamespaceUri();
+const CharacterText& Attribute::getNamespaceUri();
 
 // True for a namespace declaration: prefix "xmlns", or no prefix and the name
 // "xmlns". Exact and case sensitive. Inline, and views compare their lengths

@@ -119,4 +119,23 @@ bool operator==(const CharacterText& text, std::u16string_view other)
     return true;
 }
 
+bool operator==(const CharacterText& text, const CharacterText& other)
+{
+    if (text.size() != other.size()) return false;
+    if (other.isWide()) return text == std::u16string_view(other.wideData(), other.size());
+    if (!text.isWide()) return std::memcmp(text.narrowData(), other.narrowData(), text.size()) == 0;
+    const std::uint8_t* units = other.narrowData();
+    const char16_t* wideUnits = text.wideData();
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        if (wideUnits[index] != units[index]) return false;
+    }
+    return true;
+}
+
+const CharacterText& sharedEmptyText()
+{
+    static const CharacterText empty;
+    return empty;
+}
+
 }  // namespace Parsers

@@ -24,6 +24,7 @@ namespace Parsers {
 
 class CharacterText {
 public:
+    CharacterText() noexcept : external(nullptr) {}
     CharacterText(std::u16string_view units, ParseHeap* heap) : external(nullptr) { append(units, heap); }
     CharacterText(const CharacterText&) = delete;
     CharacterText& operator=(const CharacterText&) = delete;
@@ -78,6 +79,8 @@ public:
     {
         return isInline() ? inlineUnits : static_cast<char16_t*>(external);
     }
+    // The unit at `index`, whatever the width.
+    char16_t operator[](std::size_t index) const { return wide ? wideData()[index] : narrowData()[index]; }
     // The units at two bytes each, appended to `out`.
     void appendTo(UString& out) const;
     UString str() const
@@ -126,5 +129,9 @@ private:
 
 // Unit for unit, whatever the width of the text.
 bool operator==(const CharacterText& text, std::u16string_view other);
+bool operator==(const CharacterText& text, const CharacterText& other);
+
+// An empty text that lasts, for answers that are references to a text.
+const CharacterText& sharedEmptyText();
 
 }  // namespace Parsers

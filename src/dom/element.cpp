@@ -91,11 +91,11 @@ bool declaresPrefix(const Attribute& attribute, const UString& wantedPrefix)
 }  // namespace
 
 template <>
-const UString& Attribute::getNamespaceUri()
+const CharacterText& Attribute::getNamespaceUri()
 {
     if (namespaceUriCache) return *namespaceUriCache;
-    if (!owner) return sharedEmptyString();
-    const UString& uri = prefix.empty() ? owner->getNamespaceUri() : owner->findNamespaceUri(prefix);
+    if (!owner) return sharedEmptyText();
+    const CharacterText& uri = prefix.empty() ? owner->getNamespaceUri() : owner->findNamespaceUri(prefix);
     namespaceUriCache = &uri;
     return uri;
 }
@@ -185,7 +185,7 @@ Attribute* Element::findAttribute(const UString& attributePrefix)
     return found == attributes.end() ? nullptr : found->second.get();
 }
 
-const UString& Element::findNamespaceUri(const UString& wantedPrefix)
+const CharacterText& Element::findNamespaceUri(const UString& wantedPrefix)
 {
     for (Node* node = this; node; node = node->parent) {
         if (node->nodeType != NodeType::Element) continue;
@@ -193,23 +193,23 @@ const UString& Element::findNamespaceUri(const UString& wantedPrefix)
             if (declaresPrefix(*entry.second, wantedPrefix)) return entry.second->value;
         }
     }
-    return sharedEmptyString();
+    return sharedEmptyText();
 }
 
-const UString& Element::getNamespaceUri()
+const CharacterText& Element::getNamespaceUri()
 {
-    if (const UString* cached = cachedNamespaceUri()) return *cached;
+    if (const CharacterText* cached = cachedNamespaceUri()) return *cached;
     cacheNamespaceUri(findNamespaceUri(prefix()));
     return *cachedNamespaceUri();
 }
 
-const UString* Element::cachedNamespaceUri() const
+const CharacterText* Element::cachedNamespaceUri() const
 {
     if (!namespaceUriKnown) return nullptr;
-    return rare && rare->namespaceUri ? rare->namespaceUri : &sharedEmptyString();
+    return rare && rare->namespaceUri ? rare->namespaceUri : &sharedEmptyText();
 }
 
-void Element::cacheNamespaceUri(const UString& uri)
+void Element::cacheNamespaceUri(const CharacterText& uri)
 {
     namespaceUriKnown = true;
     if (!uri.empty()) {
@@ -273,7 +273,8 @@ TableCellElement::TableCellElement(const TagTokenRef& startTag) : Element(startT
     isTableCell = true;
     for (const auto& entry : startTag->attributes) {
         Attribute& attribute = *entry.second;
-        std::u16string_view text = textBeforeZero(attribute.value);
+        const UString value = attribute.value.str();
+        std::u16string_view text = textBeforeZero(value);
         switch (attribute.getAttributeId()) {
         case AttributeId::Colspan:
             readSpan(text, colSpan);

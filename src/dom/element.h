@@ -19,7 +19,7 @@ namespace Parsers {
 // one of them.
 struct ElementRarities {
     CompactText prefix;
-    const UString* namespaceUri = nullptr;
+    const CharacterText* namespaceUri = nullptr;
 };
 
 class Element : public Node {
@@ -50,17 +50,17 @@ public:
                                               AttributeMap::iterator from,
                                               AttributeMap::iterator to);
     // The URI declared for the element's own prefix; cached at the first call.
-    const UString& getNamespaceUri();
+    const CharacterText& getNamespaceUri();
     // The cached URI; null until getNamespaceUri or cacheNamespaceUri ran.
-    const UString* cachedNamespaceUri() const;
+    const CharacterText* cachedNamespaceUri() const;
     // Caches the URI that getNamespaceUri answers from then on.
-    void cacheNamespaceUri(const UString& uri);
+    void cacheNamespaceUri(const CharacterText& uri);
     // The element's prefix; empty for most.
     const CompactText& prefix() const;
     void setPrefix(const UString& value);
     // The value of the nearest xmlns (empty prefix) or xmlns:prefix attribute on
-    // this element or an ancestor; the shared empty string when there is none.
-    const UString& findNamespaceUri(const UString& wantedPrefix);
+    // this element or an ancestor; the shared empty text when there is none.
+    const CharacterText& findNamespaceUri(const UString& wantedPrefix);
     bool isSelfClosing() const;
     // The start tag that a FormattingElement keeps; null for any other
     // element and once released.

@@ -104,7 +104,7 @@ bool writeStartTag(UString& out, Element& element)
         out.push_back(u' ');
         appendQualifiedName(out, attribute->prefix, attribute->namespaceId, attribute->name);
         out.append(u"=\"");
-        out.append(escapeMarkup(attribute->value, true));
+        out.append(escapeMarkup(attribute->value.str(), true));
         out.push_back(u'"');
     }
     if (element.isSelfClosing()) {

@@ -53,14 +53,14 @@ public:
     }
 
     // The nearest declared URI for the prefix, or the shared empty string.
-    const UString& lookup(std::u16string_view prefix) const
+    const CharacterText& lookup(std::u16string_view prefix) const
     {
         // Most documents declare no namespace at all: no lookup is needed then.
-        if (undo.empty()) return sharedEmptyString();
+        if (undo.empty()) return sharedEmptyText();
         auto found = bindings.find(prefix);
-        if (found == bindings.end() || found->second.empty()) return sharedEmptyString();
-        const UString& uri = *found->second.back();
-        return uri.empty() ? sharedEmptyString() : uri;
+        if (found == bindings.end() || found->second.empty()) return sharedEmptyText();
+        const CharacterText& uri = *found->second.back();
+        return uri.empty() ? sharedEmptyText() : uri;
     }
 
 private:
@@ -87,7 +87,7 @@ private:
         return false;
     }
 
-    std::unordered_map<std::u16string_view, std::vector<const UString*>> bindings;
+    std::unordered_map<std::u16string_view, std::vector<const CharacterText*>> bindings;
     std::vector<std::u16string_view> undo;
 };
 
@@ -97,10 +97,10 @@ private:
 // by another element keep the lazy lookup. The element's own URI is not
 // cached: most elements never look theirs up, and a cache of their own would
 // cost them a block.
-const UString& resolveNamespaces(Element& element, const NamespaceScopes& scopes)
+const CharacterText& resolveNamespaces(Element& element, const NamespaceScopes& scopes)
 {
-    const UString* cached = element.cachedNamespaceUri();
-    const UString& uri = cached ? *cached : scopes.lookup(element.prefix());
+    const CharacterText* cached = element.cachedNamespaceUri();
+    const CharacterText& uri = cached ? *cached : scopes.lookup(element.prefix());
     for (const auto& entry : element.attributes) {
         Attribute& attribute = *entry.second;
         if (attribute.namespaceUriCache || attribute.owner != &element) continue;
@@ -175,7 +175,7 @@ NumberingFrame numberNode(Node* node, Collection& collection, NamespaceScopes& s
     }
     auto* element = static_cast<Element*>(node);
     const std::size_t bindings = scopes.enter(*element);
-    const UString& namespaceUri = resolveNamespaces(*element, scopes);
+    const CharacterText& namespaceUri = resolveNamespaces(*element, scopes);
     for (const auto& entry : element->attributes) {
         entry.second->imageIndex = static_cast<std::int32_t>(collection.attributes.size());
         collection.attributes.push_back(entry.second.get());
@@ -242,7 +242,7 @@ public:
         if (node->nodeType == NodeType::Element) {
             auto& element = static_cast<Element&>(*node);
             // The replay gives the URI's number back without looking at a text.
-            nodeTable += writeElementRecord(element, nodeTable, strings, sharedEmptyString());
+            nodeTable += writeElementRecord(element, nodeTable, strings, sharedEmptyText());
             writeAttributeRecords(element);
         } else {
             nodeTable += node->serialize(nodeTable, &strings);

@@ -82,7 +82,7 @@ DeclarationStrings internDeclaration(const Attribute& declaration, StringTable& 
 // Each record takes its strings first, in the order it uses them. In the
 // numbering round, which has no destination, that is all it does.
 std::uint32_t serializeElement(Element& element, std::uint8_t* destination, StringTable* strings,
-                               const UString* namespaceUri)
+                               const CharacterText* namespaceUri)
 {
     const AttributeMap& attributes = element.attributes;
     auto attributeCount = static_cast<std::uint32_t>(attributes.size());
@@ -130,7 +130,7 @@ std::uint32_t serializeElement(Element& element, std::uint8_t* destination, Stri
 }  // namespace
 
 std::uint32_t writeElementRecord(Element& element, std::uint8_t* destination, StringTable& strings,
-                                 const UString& namespaceUri)
+                                 const CharacterText& namespaceUri)
 {
     return serializeElement(element, destination, &strings, &namespaceUri);
 }

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "library/shared_types.h"
+#include "dom/character_text.h"
 
 namespace Parsers {
 
@@ -17,6 +17,6 @@ class StringTable;
 // it. In the writing round the string table gives back the numbers of the
 // numbering round without looking at the texts, so any URI will do there.
 std::uint32_t writeElementRecord(Element& element, std::uint8_t* destination, StringTable& strings,
-                                 const UString& namespaceUri);
+                                 const CharacterText& namespaceUri);
 
 }  // namespace Parsers

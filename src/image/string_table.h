@@ -100,6 +100,15 @@ public:
         }
         return number(TableString::of(units));
     }
+    std::uint32_t internUnlessEmpty(const CharacterText& text)
+    {
+        if (replaying) return replayAnswer();
+        if (text.empty()) {
+            keepAnswer(kNoStringCode);
+            return kNoString;
+        }
+        return number(TableString::of(text));
+    }
     // Starts giving back the numbers of the calls made so far, in order, and
     // copies the units of each string to its place in `stringArea`, the
     // image's string table. The zero unit behind each is the image's own.

@@ -15,7 +15,7 @@ constexpr char16_t kReplacementCharacter = u'\uFFFD';
 
 void appendToValue(TagToken& tag, char16_t unit)
 {
-    tag.currentAttribute->value.push_back(unit);
+    tag.currentAttribute->appendToValue(unit);
 }
 
 }  // namespace
@@ -345,9 +345,9 @@ void Tokenizer::attributeValueQuotedState(char16_t quote)
         return;
     default:
         // The value grows by the run up to the quote, a reference or a NUL.
-        currentTag->currentAttribute->value.append(quote == u'"'
-                                                       ? consumeRunFromCurrent<u'"', u'&', 0>()
-                                                       : consumeRunFromCurrent<u'\'', u'&', 0>());
+        currentTag->currentAttribute->appendToValue(quote == u'"'
+                                                        ? consumeRunFromCurrent<u'"', u'&', 0>()
+                                                        : consumeRunFromCurrent<u'\'', u'&', 0>());
         return;
     }
 }
@@ -400,7 +400,7 @@ void Tokenizer::characterReferenceInAttributeValueState()
     if (expansion.empty()) {
         appendToValue(*currentTag, u'&');
     } else {
-        currentTag->currentAttribute->value.append(expansion);
+        currentTag->currentAttribute->appendToValue(expansion);
     }
     switchTo(previousState);
 }

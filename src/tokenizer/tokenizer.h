@@ -502,13 +502,22 @@ constexpr char16_t toAsciiLower(char16_t unit)
     return isAsciiUpper(unit) ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
 }
 // Compares a text with a lower-case text, folding only A to Z of the first.
-constexpr bool equalsFoldedAscii(std::u16string_view text, std::u16string_view lowerCase)
+template <typename Text>
+constexpr bool equalsFoldedAsciiUnits(const Text& text, std::u16string_view lowerCase)
 {
     if (text.size() != lowerCase.size()) return false;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (toAsciiLower(text[i]) != lowerCase[i]) return false;
     }
     return true;
+}
+constexpr bool equalsFoldedAscii(std::u16string_view text, std::u16string_view lowerCase)
+{
+    return equalsFoldedAsciiUnits(text, lowerCase);
+}
+inline bool equalsFoldedAscii(const CharacterText& text, std::u16string_view lowerCase)
+{
+    return equalsFoldedAsciiUnits(text, lowerCase);
 }
 
 }  // namespace Parsers

@@ -165,5 +165,51 @@ TEST(CharacterText, UnitsZeroAndAboveAreKeptAsTheyAre)
     EXPECT_FALSE(narrow == std::u16string_view(u"\0\xFF\x0162", 3));
 }
 
+TEST(CharacterText, ComparesWithAnotherTextOfEitherWidth)
+{
+    ParseHeapOwner owner;
+    ParseHeap* heap = owner.get();
+    CharacterText narrow(u"abcdefghijé", heap);
+    CharacterText wide(u"abcdefghijé", heap);
+    wide.push_back(u'あ', heap);
+    EXPECT_FALSE(narrow == wide);
+    EXPECT_FALSE(wide == narrow);
+    narrow.push_back(u'ぃ', heap);
+    EXPECT_FALSE(narrow == wide);
+    CharacterText widened(u"あ", heap);
+    widened.assign(u"abcdefghijéぃ", heap);
+    EXPECT_TRUE(widened == narrow);
+    CharacterText plain(u"abc", heap);
+    CharacterText plainWide(u"あ", heap);
+    plainWide.assign(u"abc", heap);
+    ASSERT_TRUE(plainWide.isWide());
+    ASSERT_FALSE(plain.isWide());
+    EXPECT_TRUE(plain == plainWide);
+    EXPECT_TRUE(plainWide == plain);
+    EXPECT_FALSE(plain == CharacterText(u"abd", heap));
+    EXPECT_TRUE(CharacterText() == sharedEmptyText());
+    for (CharacterText* text : {&narrow, &wide, &widened, &plain, &plainWide}) text->release(heap);
+}
+
+TEST(CharacterText, GivesEachUnitByIndexInEitherWidth)
+{
+    CharacterText narrow(u"aÿz", nullptr);
+    EXPECT_EQ(narrow[0], u'a');
+    EXPECT_EQ(narrow[1], u'ÿ');
+    EXPECT_EQ(narrow[2], u'z');
+    CharacterText wide(u"aĀz", nullptr);
+    EXPECT_EQ(wide[1], u'Ā');
+    EXPECT_EQ(wide[2], u'z');
+}
+
+TEST(CharacterText, TheSharedEmptyTextLastsAndIsEmpty)
+{
+    EXPECT_EQ(&sharedEmptyText(), &sharedEmptyText());
+    EXPECT_TRUE(sharedEmptyText().empty());
+    EXPECT_EQ(sharedEmptyText(), u"");
+    EXPECT_TRUE(CharacterText().empty());
+    EXPECT_FALSE(CharacterText().isWide());
+}
+
 }  // namespace
 }  // namespace Parsers

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/tree_builders.h"
+#include "tokenizer/tokenizer.h"
 
 namespace Parsers {
 namespace {
@@ -29,17 +30,18 @@ TEST(ElementIdentity, PrefixAndCachedNamespaceUriAreKeptAndCleared)
     auto element = makeElement(u"x");
     EXPECT_TRUE(element->prefix().empty());
     EXPECT_EQ(element->cachedNamespaceUri(), nullptr);
-    const UString uri = u"urn:x";
+    const CharacterText uri(u"urn:x", nullptr);
     element->cacheNamespaceUri(uri);
     EXPECT_EQ(element->cachedNamespaceUri(), &uri);
     element->setPrefix(u"p");
     EXPECT_EQ(element->prefix(), u"p");
-    element->cacheNamespaceUri(UString());
-    EXPECT_EQ(element->cachedNamespaceUri(), &sharedEmptyString());
+    const CharacterText none;
+    element->cacheNamespaceUri(none);
+    EXPECT_EQ(element->cachedNamespaceUri(), &sharedEmptyText());
     EXPECT_EQ(element->prefix(), u"p");
     element->setPrefix(u"");
     EXPECT_TRUE(element->prefix().empty());
-    EXPECT_EQ(&element->getNamespaceUri(), &sharedEmptyString());
+    EXPECT_EQ(&element->getNamespaceUri(), &sharedEmptyText());
 }
 
 TEST(ElementIdentity, NamesOfTheListAreSharedAndOtherNamesCopied)
@@ -370,13 +372,13 @@ TEST(ElementNamespaces, PrefixedNamesUseXmlnsPrefixDeclarations)
     appendChild(other, root.get());
     EXPECT_EQ(child->getNamespaceUri(), u"urn:svg");
     EXPECT_EQ(other->getNamespaceUri(), u"");
-    EXPECT_EQ(&other->getNamespaceUri(), &sharedEmptyString());
+    EXPECT_EQ(&other->getNamespaceUri(), &sharedEmptyText());
 }
 
 TEST(ElementNamespaces, EmptyDeclarationGivesTheSharedEmptyString)
 {
     auto element = makeElement(u"a", {{u"xmlns", u""}});
-    EXPECT_EQ(&element->getNamespaceUri(), &sharedEmptyString());
+    EXPECT_EQ(&element->getNamespaceUri(), &sharedEmptyText());
     EXPECT_EQ(element->findNamespaceUri(u"").size(), 0u);
 }
 
@@ -418,7 +420,7 @@ TEST(AttributeNamespaces, PrefixedAttributeSearchesFromItsOwner)
 TEST(AttributeNamespaces, AttributeWithoutOwnerHasNoUriAndCachesNothing)
 {
     AttributeRef loose = makeAttribute({u"href", u"x", u"xlink"});
-    EXPECT_EQ(&loose->getNamespaceUri(), &sharedEmptyString());
+    EXPECT_EQ(&loose->getNamespaceUri(), &sharedEmptyText());
     EXPECT_EQ(loose->namespaceUriCache, nullptr);
 }
 
@@ -460,6 +462,43 @@ TEST(AttributeBasics, EqualsComparesNameValueAndPrefix)
     EXPECT_FALSE(a->equals(*makeAttribute({u"id", u"2"})));
     EXPECT_FALSE(a->equals(*makeAttribute({u"id", u"1", u"p"})));
     EXPECT_FALSE(a->equals(*makeAttribute({u"ID", u"1"})));
+}
+
+// A value takes one byte a unit from the attribute's heap until a unit at or
+// above 256 widens it; the narrow attribute of the prescan keeps bytes.
+TEST(AttributeBasics, ValuesGrowOnTheAttributesHeapAndWidenForLargeUnits)
+{
+    ParseHeapOwner owner;
+    AttributeRef attribute = makeAttribute(owner.get(), u'v', TextPosition{});
+    attribute->appendToValue(u'a');
+    attribute->appendToValue(u"bcdefghijkl");
+    EXPECT_EQ(attribute->value, u"abcdefghijkl");
+    EXPECT_FALSE(attribute->value.isWide());
+    attribute->appendToValue(u'\u3042');
+    EXPECT_TRUE(attribute->value.isWide());
+    EXPECT_EQ(attribute->value, u"abcdefghijkl\u3042");
+    attribute->setValue(u"x");
+    EXPECT_EQ(attribute->value, u"x");
+    attribute->setValue(u"");
+    EXPECT_TRUE(attribute->value.empty());
+
+    NarrowAttribute narrow('c', TextPosition{});
+    narrow.appendToValue('u');
+    narrow.appendToValue("tf-8");
+    EXPECT_EQ(narrow.value, "utf-8");
+    narrow.setValue("x");
+    EXPECT_EQ(narrow.value, "x");
+}
+
+TEST(AttributeBasics, ValuesCompareFoldedInEitherWidth)
+{
+    AttributeRef hidden = makeAttribute({u"type", u"HiDDen"});
+    EXPECT_TRUE(equalsFoldedAscii(hidden->value, u"hidden"));
+    EXPECT_FALSE(equalsFoldedAscii(hidden->value, u"hidde"));
+    AttributeRef wide = makeAttribute({u"type", u"hidde\u0100"});
+    EXPECT_FALSE(equalsFoldedAscii(wide->value, u"hidden"));
+    AttributeRef kelvin = makeAttribute({u"type", u"\u212Aey"});
+    EXPECT_FALSE(equalsFoldedAscii(kelvin->value, u"key"));
 }
 
 TEST(AttributeBasics, NamespaceDeclarations)

@@ -156,7 +156,7 @@ bool isLossyByDesign(Document& document)
                 return true;
             }
             for (const auto& [key, attribute] : element->attributes) {
-                if (holdsCarriageReturn(attribute->value)) return true;
+                if (holdsCarriageReturn(attribute->value.str())) return true;
             }
         }
         for (const NodeRef& child : node->children) pending.push_back(child.get());

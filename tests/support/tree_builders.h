@@ -22,7 +22,7 @@ inline AttributeRef makeAttribute(const AttributeSpec& wanted)
 {
     auto attribute = Parsers::makeAttribute(nullptr, wanted.name.empty() ? u'?' : wanted.name[0], TextPosition{});
     attribute->name = wanted.name;
-    attribute->value = wanted.value;
+    attribute->setValue(wanted.value);
     attribute->prefix = wanted.prefix;
     return attribute;
 }

@@ -67,7 +67,7 @@ std::string describeToken(const Token& token)
             if (attribute->getQualifiedName() != key) {
                 text += concat({"[key ", describeText(key), "]"});
             }
-            text += concat({"=\"", describeText(attribute->value), "\""});
+            text += concat({"=\"", describeText(attribute->value.str()), "\""});
         }
         if (tag.selfClosing) text += "/";
         return text + ">";

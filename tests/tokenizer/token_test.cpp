@@ -172,12 +172,12 @@ TEST(Token, DuplicateNameKeepsTheFirstAndReportsWithTheLatersPosition)
     ErrorListenerList listeners{std::shared_ptr<ErrorListener>(&recorder, [](ErrorListener*) {})};
     TagToken tag(TokenType::StartTag);
     tag.beginAttribute(u'b', TextPosition{4, 1});
-    tag.currentAttribute->value = u"1";
+    tag.currentAttribute->setValue(u"1");
     tag.finishAttribute(listeners);
     const AttributeRef first = tag.currentAttribute;
 
     tag.beginAttribute(u'b', TextPosition{8, 3});
-    tag.currentAttribute->value = u"2";
+    tag.currentAttribute->setValue(u"2");
     tag.finishAttribute(listeners);
 
     ASSERT_EQ(tag.attributes.size(), 1u);

@@ -43,7 +43,7 @@ std::string elementLine(Element& element)
 std::string attributeLine(const UString& key, const Attribute& attribute)
 {
     const UString qualified = attribute.getQualifiedName();
-    std::string line = narrow(qualified) + "=\"" + narrow(attribute.value) + "\"";
+    std::string line = narrow(qualified) + "=\"" + narrow(attribute.value.str()) + "\"";
     if (attribute.namespaceId != NamespaceId::None) {
         line += " ns=" + std::to_string(static_cast<int>(attribute.namespaceId));
     }
