@@ -20,23 +20,20 @@ std::size_t NodeList::arrayBytes(std::uint32_t capacity) noexcept
     return sizeof(Array) + capacity * sizeof(NodeRef);
 }
 
-NodeList& NodeList::operator=(NodeList&& other) noexcept
+ParseHeap* NodeList::blockHeap() const noexcept
 {
-    if (this == &other) return *this;
-    releaseArray();
-    bits = other.bits;
-    other.bits = emptyOn(heap());
-    return *this;
-}
-
-ParseHeap* NodeList::heap() const noexcept
-{
-    if (Array* start = array()) return start->heap;
-    return reinterpret_cast<ParseHeap*>(bits & ~kNoArray);
+    if (Single* one = single()) return one->heap;
+    return array()->heap;
 }
 
 void NodeList::push_back(NodeRef node)
 {
+    if ((bits & kNoArray) != 0) {
+        ParseHeap* source = heap();
+        void* block = allocateOn(source, sizeof(Single));
+        bits = reinterpret_cast<std::uintptr_t>(new (block) Single{source, std::move(node)}) | kSingle;
+        return;
+    }
     reserveOneMore();
     Array* start = array();
     new (items() + start->size) NodeRef(std::move(node));
@@ -45,14 +42,32 @@ void NodeList::push_back(NodeRef node)
 
 void NodeList::pop_back() noexcept
 {
+    if (Single* one = single()) {
+        releaseSingle(one);
+        return;
+    }
     Array* start = array();
     --start->size;
     items()[start->size].~NodeRef();
 }
 
+void NodeList::releaseSingle(Single* one) noexcept
+{
+    // The list is empty before the child goes, as an array's size drops
+    // before its entry goes.
+    ParseHeap* source = one->heap;
+    bits = emptyOn(source);
+    one->~Single();
+    releaseOn(source, one, sizeof(Single));
+}
+
 NodeList::iterator NodeList::insert(const_iterator position, NodeRef node)
 {
     const std::size_t index = static_cast<std::size_t>(position - items());
+    if (empty() && !array()) {
+        push_back(std::move(node));
+        return items();
+    }
     reserveOneMore();
     Array* start = array();
     NodeRef* first = items();
@@ -75,17 +90,23 @@ NodeList::iterator NodeList::erase(const_iterator position) noexcept
 
 void NodeList::clear() noexcept
 {
+    if (Single* one = single()) {
+        releaseSingle(one);
+        return;
+    }
     while (!empty()) pop_back();
 }
 
 void NodeList::reserveOneMore()
 {
     Array* old = array();
-    const std::uint32_t size = old ? old->size : 0;
-    const std::uint32_t capacity = old ? old->capacity : 0;
+    Single* one = single();
+    const auto size = static_cast<std::uint32_t>(this->size());
+    // A list of one child has exactly the room for it.
+    const std::uint32_t capacity = old ? old->capacity : size;
     if (size < capacity) return;
     if (capacity >= kLargestCapacity) throw std::bad_alloc();
-    // Doubling from one: most lists hold a single child.
+    // Doubling from one.
     const std::uint32_t grownCapacity = capacity == 0 ? 1 : 2 * capacity;
     ParseHeap* source = heap();
     void* block = allocateOn(source, arrayBytes(grownCapacity));
@@ -96,14 +117,22 @@ void NodeList::reserveOneMore()
         new (moved + index) NodeRef(std::move(present[index]));
         present[index].~NodeRef();
     }
-    if (old) releaseOn(source, old, arrayBytes(capacity));
+    if (one) {
+        // The child is moved out; the block goes without touching it again.
+        releaseOn(source, one, sizeof(Single));
+    } else if (old) {
+        releaseOn(source, old, arrayBytes(capacity));
+    }
     bits = reinterpret_cast<std::uintptr_t>(grown);
 }
 
-void NodeList::releaseArray() noexcept
+void NodeList::releaseBlock() noexcept
 {
+    if (Single* one = single()) {
+        releaseSingle(one);
+        return;
+    }
     Array* start = array();
-    if (!start) return;
     clear();
     ParseHeap* source = start->heap;
     releaseOn(source, start, arrayBytes(start->capacity));

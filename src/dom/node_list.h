@@ -3,9 +3,11 @@
 // Every node has a child list, and most nodes (texts above all) never have a
 // child, so the list is one pointer wide: to its array, which begins with the
 // heap it came from, its size and its capacity; or, while there is no array,
-// to the heap the first one will come from, marked in the lowest bit. A list
-// made during a parse draws its array from the parse's heap (see makeNode), any
-// other list from the general allocator.
+// to the heap the first one will come from, marked in the lowest bit. Most
+// elements that have children have one, so a list of one child points to a
+// smaller block, of the heap and the child alone, marked in the second bit.
+// A list made during a parse draws its blocks from the parse's heap (see
+// makeNode), any other list from the general allocator.
 #pragma once
 
 #include <cstddef>
@@ -32,14 +34,28 @@ public:
     // Takes the other list's children and array; the other list is left empty,
     // drawing on the same heap as before.
     NodeList(NodeList&& other) noexcept : bits(other.bits) { other.bits = emptyOn(other.heap()); }
-    NodeList& operator=(NodeList&& other) noexcept;
+    NodeList& operator=(NodeList&& other) noexcept
+    {
+        if (this == &other) return *this;
+        releaseArray();
+        bits = other.bits;
+        other.bits = emptyOn(heap());
+        return *this;
+    }
     NodeList(const NodeList&) = delete;
     NodeList& operator=(const NodeList&) = delete;
-    ~NodeList() { releaseArray(); }
+    ~NodeList()
+    {
+        if ((bits & kNoArray) == 0) releaseBlock();
+    }
 
     // The heap the list's array comes from; null for the general allocator.
-    ParseHeap* heap() const noexcept;
-    std::size_t size() const noexcept { return array() ? array()->size : 0; }
+    ParseHeap* heap() const noexcept
+    {
+        if ((bits & kNoArray) != 0) return reinterpret_cast<ParseHeap*>(bits & ~kNoArray);
+        return blockHeap();
+    }
+    std::size_t size() const noexcept { return (bits & kSingle) != 0 ? 1 : sizeOfArray(); }
     bool empty() const noexcept { return size() == 0; }
 
     iterator begin() noexcept { return items(); }
@@ -64,7 +80,7 @@ public:
     iterator insert(const_iterator position, NodeRef node);
     // Removes the entry at `position`; returns the position of the next one.
     iterator erase(const_iterator position) noexcept;
-    // Releases every entry and keeps the array for new ones.
+    // Releases every entry and keeps an array for new ones.
     void clear() noexcept;
 
 private:
@@ -75,7 +91,13 @@ private:
         std::uint32_t capacity;
     };
     static_assert(sizeof(Array) % alignof(NodeRef) == 0);
+    // The block of a list of one child.
+    struct Single {
+        ParseHeap* heap;
+        NodeRef child;
+    };
     static constexpr std::uintptr_t kNoArray = 1;
+    static constexpr std::uintptr_t kSingle = 2;
 
     // The bytes of an array with room for `capacity` entries.
     static std::size_t arrayBytes(std::uint32_t capacity) noexcept;
@@ -86,17 +108,37 @@ private:
     }
     Array* array() const noexcept
     {
-        return (bits & kNoArray) != 0 ? nullptr : reinterpret_cast<Array*>(bits);
+        return (bits & (kNoArray | kSingle)) != 0 ? nullptr : reinterpret_cast<Array*>(bits);
+    }
+    Single* single() const noexcept
+    {
+        return (bits & kSingle) != 0 ? reinterpret_cast<Single*>(bits & ~kSingle) : nullptr;
     }
     NodeRef* items() const noexcept
     {
+        if (Single* one = single()) return &one->child;
         Array* start = array();
         return start ? reinterpret_cast<NodeRef*>(start + 1) : nullptr;
     }
+    std::size_t sizeOfArray() const noexcept
+    {
+        Array* start = array();
+        return start ? start->size : 0;
+    }
+    // Frees the block of a list of one child, whose child is gone; the list
+    // is empty afterwards.
+    void releaseSingle(Single* one) noexcept;
     // Room for at least one more entry, the entries moved to a larger array
     // when the present one is full.
     void reserveOneMore();
-    void releaseArray() noexcept;
+    // Releases the entries and gives the block back, if there is one.
+    void releaseArray() noexcept
+    {
+        if ((bits & kNoArray) == 0) releaseBlock();
+    }
+    void releaseBlock() noexcept;
+    // The heap named at the start of the block of a list with children.
+    ParseHeap* blockHeap() const noexcept;
 
     // An Array*, or the heap for the first array with kNoArray set.
     std::uintptr_t bits = kNoArray;

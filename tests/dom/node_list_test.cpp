@@ -1,5 +1,6 @@
-// The child list: one pointer wide, an array that grows by doubling from one
-// entry, on the heap it was made for.
+// The child list: one pointer wide, a block of its heap and its one child,
+// then an array that grows by doubling from two entries, on the heap it was
+// made for.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -112,6 +113,56 @@ TEST(NodeList, AMoveTakesTheEntriesAndLeavesAnEmptyListOnTheSameHeap)
     source.push_back(textOf(u'w'));
     EXPECT_EQ(source.heap(), owner.get());
     EXPECT_EQ(NodeList().heap(), nullptr);
+}
+
+// A list of one child keeps it in a block of its own, which goes when the
+// child goes and becomes an array when a second child comes, whichever way
+// the child came and went.
+TEST(NodeList, ASingleChildComesAndGoesEveryWay)
+{
+    ParseHeapOwner owner;
+    NodeRef kept = textOf(u'k');
+    NodeList list(owner.get());
+    list.push_back(kept);
+    ASSERT_EQ(list.size(), 1u);
+    EXPECT_EQ(list.front(), kept);
+    EXPECT_EQ(list.back(), kept);
+    EXPECT_EQ(list.end() - list.begin(), 1);
+    EXPECT_EQ(list.heap(), owner.get());
+    EXPECT_EQ(kept.use_count(), 2);
+
+    list.pop_back();
+    EXPECT_TRUE(list.empty());
+    EXPECT_EQ(list.begin(), list.end());
+    EXPECT_EQ(list.heap(), owner.get());
+    EXPECT_EQ(kept.use_count(), 1);
+
+    auto at = list.insert(list.end(), kept);
+    EXPECT_EQ(at, list.begin());
+    at = list.insert(list.begin(), textOf(u'a'));
+    EXPECT_EQ(at, list.begin());
+    EXPECT_EQ(unitsOf(list), u"ak");
+    EXPECT_EQ(list.heap(), owner.get());
+    list.erase(list.begin());
+    EXPECT_EQ(unitsOf(list), u"k");
+    list.clear();
+    EXPECT_TRUE(list.empty());
+    EXPECT_EQ(kept.use_count(), 1);
+
+    list.push_back(textOf(u'x'));
+    at = list.erase(list.begin());
+    EXPECT_EQ(at, list.end());
+    EXPECT_TRUE(list.empty());
+    EXPECT_EQ(list.heap(), owner.get());
+
+    list.push_back(kept);
+    NodeList taken(std::move(list));
+    EXPECT_EQ(unitsOf(taken), u"k");
+    EXPECT_TRUE(list.empty());
+    EXPECT_EQ(list.heap(), owner.get());
+    EXPECT_EQ(taken.heap(), owner.get());
+    taken.push_back(textOf(u'l'));
+    EXPECT_EQ(unitsOf(taken), u"kl");
 }
 
 }  // namespace
