@@ -18,6 +18,10 @@ namespace Parsers {
 class Element;
 class StringTable;
 
+// Makes `name` the list's own text when the units are a name of the attribute
+// name list, and a copy of them otherwise.
+void nameAttributeText(CompactText& name, std::u16string_view units);
+
 // An attribute over a string type: UString for tokens and elements, a narrow
 // std::string for the encoding prescan, which reads raw bytes. Attributes of
 // tokens and elements count their references themselves (see makeAttribute)
@@ -29,14 +33,20 @@ public:
     using View = std::basic_string_view<CharType>;
     static constexpr bool kWide = std::is_same_v<String, UString>;
     using Prefix = std::conditional_t<kWide, CompactText, String>;
+    // The local name of a tag's or element's attribute is one word: the
+    // attribute name list's own text for a name of the list, a copy otherwise.
+    // While the tokenizer builds it, it refers to the tag's name builder.
+    using Name = std::conditional_t<kWide, CompactText, String>;
     // The value of a tag's or element's attribute takes one byte a unit while
     // its units are below 256, from the attribute's heap (see CharacterText).
     using Value = std::conditional_t<kWide, CharacterText, String>;
 
-    BasicAttribute(CharType firstCharacter, TextPosition where) : name(1, firstCharacter)
+    BasicAttribute(CharType firstCharacter, TextPosition where) : position(where)
     {
-        position = where;
+        setName(String(1, firstCharacter));
     }
+    // An attribute whose name is still empty.
+    explicit BasicAttribute(TextPosition where) : position(where) {}
     BasicAttribute(const BasicAttribute&) = default;
     BasicAttribute& operator=(const BasicAttribute&) = delete;
     ~BasicAttribute()
@@ -54,7 +64,11 @@ public:
     // Assigns the local name; the cached attribute id no longer holds.
     void setName(const String& newName)
     {
-        name = newName;
+        if constexpr (kWide) {
+            nameAttributeText(name, newName);
+        } else {
+            name = newName;
+        }
         attributeId = AttributeId::Unknown;
     }
 
@@ -80,7 +94,7 @@ public:
     // attribute maps.
     String getQualifiedName() const
     {
-        if (prefix.empty()) return name;
+        if (prefix.empty()) return String(name);
         String qualified;
         qualified.reserve(prefix.size() + 1 + name.size());
         qualified.append(View(prefix));
@@ -132,7 +146,7 @@ public:
     AttributeId attributeId = AttributeId::Unknown;
     // The references to the attribute (see Ref).
     std::uint32_t referenceCount = 0;
-    String name;
+    Name name;
     Value value;
     Prefix prefix;
     const CharacterText* namespaceUriCache = nullptr;
@@ -151,6 +165,8 @@ using AttributeRef = Ref<Attribute>;
 // one is given and from the general allocator otherwise; its first
 // reference.
 AttributeRef makeAttribute(ParseHeap* heap, char16_t firstUnit, TextPosition where);
+// The same with an empty name.
+AttributeRef makeAttribute(ParseHeap* heap, TextPosition where);
 
 // The narrow attribute exists for the prescan only and is never written into an
 // image.

@@ -14,10 +14,17 @@ bool keyBefore(const AttributeMap::value_type& entry, std::u16string_view key)
     return std::u16string_view(entry.first) < key;
 }
 
-// The entry for a key: a name of the list is kept as the list's text.
+// The entry for a key: a name of the list is kept as the list's text. The key
+// of an attribute without a prefix is its name, which names the list's text
+// already when it is a name of the list.
 AttributeMap::value_type makeEntry(const UString& key, const AttributeRef& value)
 {
     AttributeMap::value_type entry{CompactText(), value};
+    const UString* name = value ? value->name.referred() : nullptr;
+    if (name && value->prefix.empty() && isAttributeNameListText(name) && *name == key) {
+        entry.first.refer(*name);
+        return entry;
+    }
     const AttributeRow* row = key.empty() ? nullptr : lookupAttributeName(key.data(), key.size());
     if (row) {
         entry.first.refer(attributeNameStrings()[static_cast<std::size_t>(row->id)]);

@@ -23,15 +23,15 @@ CompactText& CompactText::operator=(const CompactText& other)
     return *this;
 }
 
-void CompactText::refer(const UString& constant)
-{
-    release();
-    if (!constant.empty()) bits = reinterpret_cast<std::uintptr_t>(&constant);
-}
-
 void CompactText::release() noexcept
 {
     if ((bits & kOwned) != 0) delete address();
+    bits = 0;
+}
+
+void CompactText::releaseCopy() noexcept
+{
+    delete address();
     bits = 0;
 }
 

@@ -28,12 +28,21 @@ public:
         std::swap(bits, other.bits);
         return *this;
     }
-    ~CompactText() { release(); }
+    ~CompactText()
+    {
+        if ((bits & kOwned) != 0) releaseCopy();
+    }
 
     // Keeps a copy of the value; nothing for an empty one.
     CompactText& operator=(const UString& value);
-    // Keeps the address of a text that outlives every holder.
-    void refer(const UString& constant);
+    // Keeps the address of a text that outlives every holder, or of a text
+    // that its owner makes lasting (see TagToken::finishAttribute) before it
+    // changes. An empty text is kept as nothing.
+    void refer(const UString& constant)
+    {
+        if ((bits & kOwned) != 0) releaseCopy();
+        bits = constant.empty() ? 0 : reinterpret_cast<std::uintptr_t>(&constant);
+    }
     // The address that refer() kept; null for an empty text or a copy.
     const UString* referred() const { return (bits & kOwned) != 0 ? nullptr : address(); }
     bool empty() const { return bits == 0; }
@@ -51,6 +60,7 @@ private:
 
     UString* address() const { return reinterpret_cast<UString*>(bits & ~kOwned); }
     void release() noexcept;
+    void releaseCopy() noexcept;
 
     std::uintptr_t bits = 0;
 };

@@ -7,6 +7,8 @@
 // comparison refuses it.
 #include "dom/names.h"
 
+#include <functional>
+
 #include "dom/names_tables.h"
 
 namespace Parsers {
@@ -164,6 +166,13 @@ const std::vector<UString>& attributeNameStrings()
         return row ? row->name : nullptr;
     });
     return texts;
+}
+
+bool isAttributeNameListText(const UString* text)
+{
+    const std::vector<UString>& texts = attributeNameStrings();
+    const std::less<const UString*> before;
+    return !before(text, texts.data()) && before(text, texts.data() + texts.size());
 }
 
 }  // namespace Parsers

@@ -70,5 +70,7 @@ const ForeignAttributeRow* foreignAttributeRowByNumber(std::int32_t number);
 // CompactText). Made at the first call, constant from then on.
 const std::vector<UString>& tagNameStrings();
 const std::vector<UString>& attributeNameStrings();
+// True when the text is one of attributeNameStrings().
+bool isAttributeNameListText(const UString* text);
 
 }  // namespace Parsers

@@ -28,9 +28,8 @@ void Tokenizer::appendAttributeNameRun()
 {
     const std::u16string_view run = consumeRunFromCurrent<0, u'\t', u'\n', u'\f', u' ', u'"',
                                                           u'\'', u'<', u'/', u':', u'=', u'>'>();
-    Attribute& attribute = *currentTag->currentAttribute;
-    appendNameRun(attribute.name, run);
-    attribute.attributeId = AttributeId::Unknown;
+    appendNameRun(attributeNameBuilder, run);
+    currentTag->nameChangedIn(attributeNameBuilder);
 }
 
 void Tokenizer::tagOpenState()
@@ -187,7 +186,8 @@ void Tokenizer::attributeNameState()
     switch (c) {
     case 0:
         reportPosition(ParseErrorCode::NullInAttributeName);
-        currentTag->currentAttribute->name.push_back(kReplacementCharacter);
+        attributeNameBuilder.push_back(kReplacementCharacter);
+        currentTag->nameChangedIn(attributeNameBuilder);
         return;
     case u'\t':
     case u'\n':
@@ -199,7 +199,8 @@ void Tokenizer::attributeNameState()
     case u'\'':
     case u'<':
         reportCharacter(ParseErrorCode::UnexpectedCharacterInAttributeName);
-        currentTag->currentAttribute->name.push_back(c);
+        attributeNameBuilder.push_back(c);
+        currentTag->nameChangedIn(attributeNameBuilder);
         return;
     case u'/':
         leaveAttributeName(TokenizerState::SelfClosingStartTag);
@@ -207,8 +208,9 @@ void Tokenizer::attributeNameState()
     case u':': {
         // The name so far becomes the prefix; setName clears the cached id.
         Attribute& attribute = *currentTag->currentAttribute;
-        attribute.prefix = attribute.name;
+        attribute.prefix = attribute.name.str();
         attribute.setName(UString());
+        attributeNameBuilder.clear();
         return;
     }
     case u'=':

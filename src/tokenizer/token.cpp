@@ -7,6 +7,10 @@ namespace Parsers {
 void TagToken::finishAttribute(const ErrorListenerList& errorListeners)
 {
     if (!currentAttribute) return;
+    // A name that still refers to the tokenizer's builder becomes a lasting
+    // text: the list's own or a copy.
+    const UString* named = currentAttribute->name.referred();
+    if (named && !isAttributeNameListText(named)) currentAttribute->setName(*named);
     UString qualifiedName = currentAttribute->getQualifiedName();
     if (qualifiedName.empty()) return;
     // try_emplace leaves the key untouched when the name is already taken, so it

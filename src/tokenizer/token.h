@@ -99,6 +99,22 @@ public:
     {
         currentAttribute = makeAttribute(heap, unit, where);
     }
+    // The same for a name that the tokenizer grows in `nameBuilder`: the
+    // attribute's name refers to it (see nameChangedIn) until finishAttribute
+    // gives the attribute a lasting text.
+    void beginAttribute(char16_t unit, TextPosition where, ParseHeap* heap, UString& nameBuilder)
+    {
+        currentAttribute = makeAttribute(heap, where);
+        nameBuilder.assign(1, unit);
+        currentAttribute->name.refer(nameBuilder);
+    }
+    // After a change of the builder: the current attribute's name is the
+    // builder's text again, and its cached id no longer holds.
+    void nameChangedIn(const UString& nameBuilder)
+    {
+        currentAttribute->name.refer(nameBuilder);
+        currentAttribute->attributeId = AttributeId::Unknown;
+    }
 
     // Enters currentAttribute under its qualified name. An empty qualified name
     // enters nothing. When the name is taken, the first attribute of that name

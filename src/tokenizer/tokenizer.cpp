@@ -327,7 +327,7 @@ void Tokenizer::appendNameRun(UString& name, std::u16string_view run) const
 
 void Tokenizer::beginAttributeName(char16_t unit)
 {
-    currentTag->beginAttribute(unit, stream->position, tokenHeap.get());
+    currentTag->beginAttribute(unit, stream->position, tokenHeap.get(), attributeNameBuilder);
     transitionTo(TokenizerState::AttributeName);
 }
 

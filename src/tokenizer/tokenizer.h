@@ -310,6 +310,9 @@ public:
     std::shared_ptr<CommentToken> currentComment;
     std::shared_ptr<DoctypeToken> currentDoctype;
     UString temporaryBuffer;
+    // The name of the attribute being read, which the attribute refers to
+    // until the tag makes it lasting (TagToken::finishAttribute).
+    UString attributeNameBuilder;
     std::vector<std::shared_ptr<TokenReceiver>> receivers;
     CharacterStream* stream;
     bool ownsStream = true;

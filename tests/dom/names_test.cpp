@@ -267,6 +267,18 @@ TEST(NameStrings, ListTextsAsLastingStringsByRowAndId)
     EXPECT_EQ(&attributeNameStrings(), &attributes);
 }
 
+TEST(NameStrings, OnlyTheListsOwnTextsCountAsListTexts)
+{
+    const std::vector<UString>& attributes = attributeNameStrings();
+    EXPECT_TRUE(isAttributeNameListText(&attributes.front()));
+    EXPECT_TRUE(isAttributeNameListText(&attributes.back()));
+    const UString equal = attributes.front();
+    EXPECT_FALSE(isAttributeNameListText(&equal));
+    EXPECT_FALSE(isAttributeNameListText(attributes.data() + attributes.size()));
+    EXPECT_FALSE(isAttributeNameListText(&tagNameStrings().front()));
+    EXPECT_FALSE(isAttributeNameListText(nullptr));
+}
+
 TEST(TagTable, EveryTagIsFoundWithItsIdAndCategory)
 {
     for (std::size_t id = 0; id < std::size(kExpectedTags); ++id) {

@@ -166,6 +166,34 @@ TEST(Token, FinishAttributeEntersUnderTheQualifiedName)
     EXPECT_TRUE(recorder.events.empty());
 }
 
+// A name grown in a builder is the builder's text until the attribute is
+// finished, and then a lasting text: the builder may change afterwards.
+TEST(Token, FinishingMakesANameGrownInABuilderLasting)
+{
+    ErrorListenerList listeners;
+    TagToken tag(TokenType::StartTag);
+    UString builder;
+    tag.beginAttribute(u'h', TextPosition{1, 1}, nullptr, builder);
+    EXPECT_EQ(builder, u"h");
+    EXPECT_EQ(tag.currentAttribute->name.referred(), &builder);
+    builder += u"ref";
+    tag.nameChangedIn(builder);
+    EXPECT_EQ(tag.currentAttribute->name, u"href");
+    EXPECT_EQ(tag.currentAttribute->attributeId, AttributeId::Unknown);
+    tag.finishAttribute(listeners);
+    const AttributeRef href = tag.currentAttribute;
+    tag.beginAttribute(u'z', TextPosition{2, 1}, nullptr, builder);
+    builder += u"zz";
+    tag.nameChangedIn(builder);
+    tag.finishAttribute(listeners);
+    builder = u"changed";
+    EXPECT_EQ(href->name, u"href");
+    EXPECT_FALSE(href->name.isCopy());
+    EXPECT_EQ(tag.currentAttribute->name, u"zzz");
+    EXPECT_TRUE(tag.currentAttribute->name.isCopy());
+    EXPECT_EQ(tag.attributes.size(), 2u);
+}
+
 TEST(Token, DuplicateNameKeepsTheFirstAndReportsWithTheLatersPosition)
 {
     Recorder recorder;
@@ -208,7 +236,7 @@ TEST(Token, EmptyQualifiedNameEntersNothing)
     ErrorListenerList listeners{std::shared_ptr<ErrorListener>(&recorder, [](ErrorListener*) {})};
     TagToken tag(TokenType::StartTag);
     tag.beginAttribute(u'a', TextPosition{});
-    tag.currentAttribute->name.clear();
+    tag.currentAttribute->setName(UString());
     tag.finishAttribute(listeners);
     tag.finishAttribute(listeners);
     EXPECT_TRUE(tag.attributes.empty());

@@ -99,6 +99,31 @@ TEST_F(TokenizerCore, AttributesKeepTheirOwnPositions)
     EXPECT_EQ(tag.attributes.at(u"cd")->position, (TextPosition{5, 2}));
 }
 
+// A name of the attribute name list ends as the list's own text, in the
+// attribute and in the key of its entry; any other name as a copy of its own.
+TEST_F(TokenizerCore, AttributeNamesEndAsTheListsTextsOrCopies)
+{
+    TokenizerRun run(u"<a href=1 data-x=2 xlink:href=3 c\u00E9=4 TITLE=5>", kCaseFoldingMode);
+    ASSERT_TRUE(run.runToEnd());
+    const auto& tag = static_cast<const TagToken&>(*run.recorder->tokens[0]);
+    ASSERT_EQ(tag.attributes.size(), 5u);
+    const auto listed = [](const CompactText& text) { return isAttributeNameListText(text.referred()); };
+    const auto& href = tag.attributes.find(u"href");
+    ASSERT_NE(href, tag.attributes.end());
+    EXPECT_TRUE(listed(href->second->name));
+    EXPECT_EQ(href->first.referred(), href->second->name.referred());
+    const AttributeRef& data = tag.attributes.at(u"data-x");
+    EXPECT_TRUE(data->name.isCopy());
+    EXPECT_EQ(data->name, u"data-x");
+    const AttributeRef& prefixed = tag.attributes.at(u"xlink:href");
+    EXPECT_TRUE(listed(prefixed->name));
+    EXPECT_EQ(prefixed->prefix, u"xlink");
+    EXPECT_TRUE(prefixed->prefix.isCopy());
+    EXPECT_TRUE(tag.attributes.at(u"c\u00E9")->name.isCopy());
+    // The tokenizer folds the name first: the folded name is the list's.
+    EXPECT_TRUE(listed(tag.attributes.at(u"title")->name));
+}
+
 TEST_F(TokenizerCore, TagsKeepTheirAttributesOnTheHeapOfTheirTokens)
 {
     TokenizerRun run(u"<a b=1 c=2></a d=3><i>");
