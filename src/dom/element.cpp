@@ -1,6 +1,5 @@
 #include "dom/element.h"
 
-#include <functional>
 #include <vector>
 
 namespace Parsers {
@@ -19,16 +18,6 @@ const UString& tagNameString(std::int32_t row)
 {
     if (row < 0 || row >= kTagNameListSize) return sharedEmptyString();
     return tagNameStrings()[row];
-}
-
-// The row of the tag whose name is the list's text at `text`; null when the
-// text is not one of the list's tag names.
-const TagRow* listedTagRow(const UString* text)
-{
-    const std::vector<UString>& texts = tagNameStrings();
-    const std::less<const UString*> before;
-    if (!text || before(text, texts.data()) || !before(text, texts.data() + kTagCount)) return nullptr;
-    return tagRowById(static_cast<TagId>(text - texts.data()));
 }
 
 const char16_t kXmlns[] = u"xmlns";
@@ -111,9 +100,9 @@ Element::Element(const TagTokenRef& startTag)
     // tells the name's row without a lookup.
     const UString& listed = row ? tagNameString(static_cast<std::int32_t>(row->id)) : sharedEmptyString();
     if (!listed.empty() && listed == startTag->name) {
-        name.refer(listed);
-    } else {
-        name = startTag->name;
+        nameTag = row->id;
+    } else if (!startTag->name.empty()) {
+        rarities().name = startTag->name;
     }
     for (const auto& entry : startTag->attributes) entry.second->owner = this;
     attributes = startTag->attributes;
@@ -127,20 +116,21 @@ void Element::cacheRow(const TagRow* row)
 
 const TagRow* Element::rowOfName() const
 {
-    if (const TagRow* row = listedTagRow(name.referred())) return row;
-    return lookupTagName(name.data(), name.size());
+    if (nameTag != TagId::Unknown) return tagRowById(nameTag);
+    const UString& text = nameText();
+    return lookupTagName(text.data(), text.size());
 }
 
 TagId Element::lookUpTagId() const
 {
-    if (tagId != TagId::Unknown || name.empty()) return tagId;
+    if (tagId != TagId::Unknown || !hasName()) return tagId;
     const TagRow* row = rowOfName();
     return row ? row->id : TagId::Unknown;
 }
 
 TagId Element::getTagId()
 {
-    if (tagId != TagId::Unknown || name.empty()) return tagId;
+    if (tagId != TagId::Unknown || !hasName()) return tagId;
     const TagRow* row = rowOfName();
     if (!row) return TagId::Unknown;
     cacheRow(row);
@@ -156,8 +146,20 @@ TagCategory Element::getCategory()
 
 const UString& Element::getNodeName()
 {
-    if (name.empty() && tagId != TagId::Unknown) name.refer(tagNameString(static_cast<std::int32_t>(tagId)));
-    return name;
+    if (!hasName() && tagId != TagId::Unknown) nameTag = tagId;
+    return nameText();
+}
+
+void Element::setName(const UString& text)
+{
+    const TagRow* row = text.empty() ? nullptr : lookupTagName(text.data(), text.size());
+    if (row && tagNameString(static_cast<std::int32_t>(row->id)) == text) {
+        nameTag = row->id;
+        if (rare) rare->name = UString();
+        return;
+    }
+    nameTag = TagId::Unknown;
+    if (!text.empty() || rare) rarities().name = text;
 }
 
 void Element::setAttribute(const AttributeRef& attribute)

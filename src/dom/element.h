@@ -14,12 +14,13 @@
 
 namespace Parsers {
 
-// The parts of an element that few elements have: a prefix, and a namespace
-// URI that is not empty. An element takes a block for them only when it gets
-// one of them.
+// The parts of an element that few elements have: a prefix, a namespace URI
+// that is not empty, and a name that is not the tag name list's. An element
+// takes a block for them only when it gets one of them.
 struct ElementRarities {
     CompactText prefix;
     const CharacterText* namespaceUri = nullptr;
+    CompactText name;
 };
 
 class Element : public Node {
@@ -36,6 +37,16 @@ public:
     void writeMarkup(UString& out);
     // Fills an empty name from the tag name list first, if the tag id is known.
     const UString& getNodeName();
+    // The element's name as it stands; the shared empty string for none.
+    const UString& nameText() const
+    {
+        static const UString* const listTexts = tagNameStrings().data();
+        if (nameTag != TagId::Unknown) return listTexts[static_cast<std::size_t>(nameTag)];
+        return rare ? rare->name.str() : sharedEmptyString();
+    }
+    // Gives the element this name: the list's own text for a name of the tag
+    // name list, a copy otherwise.
+    void setName(const UString& text);
 
     TagId getTagId();
     // The same answer as getTagId without storing a found id.
@@ -82,9 +93,11 @@ public:
     bool isTableCell : 1 = false;
     // True once the namespace URI is cached: an empty one is cached so.
     bool namespaceUriKnown : 1 = false;
-    // The element's name; empty until asked for when the element was made
-    // from its tag id alone.
-    CompactText name;
+    // The tag whose text in the tag name list is the element's name; Unknown
+    // for a name outside the list, kept among the rarities, and for none yet
+    // (an element made from its tag id alone, until asked for its name). The
+    // name is not the cached tag id: that one is found when asked for.
+    TagId nameTag = TagId::Unknown;
     AttributeMap attributes;
 
 private:
@@ -94,6 +107,7 @@ private:
     void cacheRow(const TagRow* row);
     // The row a lookup of the name finds, or null.
     const TagRow* rowOfName() const;
+    bool hasName() const { return nameTag != TagId::Unknown || (rare && !rare->name.empty()); }
 
     // Null while the element has none of them.
     ElementRarities* rare = nullptr;

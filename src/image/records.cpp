@@ -92,7 +92,7 @@ std::uint32_t serializeElement(Element& element, std::uint8_t* destination, Stri
         kElementFixedPayloadSize + 4 * attributeCount + kDeclarationEntrySize * declarationCount;
     std::uint32_t recordSize = kRecordHeadSize + payloadSize + 4 * childCount;
     if (!strings) return recordSize;
-    const std::uint32_t nameString = strings->intern(element.name);
+    const std::uint32_t nameString = strings->intern(element.nameText());
     const std::uint32_t prefixString = internUnlessEmpty(element.prefix(), *strings);
     const std::uint32_t uriString =
         internUnlessEmpty(namespaceUri ? *namespaceUri : element.getNamespaceUri(), *strings);

@@ -17,7 +17,7 @@ TEST(ElementIdentity, ElementFromTokenTakesNameAndPrefixAndLooksUpLater)
 {
     auto element = makeElement(u"rect", {}, u"svg");
     EXPECT_EQ(element->nodeType, NodeType::Element);
-    EXPECT_EQ(element->name, u"rect");
+    EXPECT_EQ(element->nameText(), u"rect");
     EXPECT_EQ(element->prefix(), u"svg");
     EXPECT_EQ(element->tagId, TagId::Unknown);
     EXPECT_EQ(element->getTagId(), TagId::Rect);
@@ -48,14 +48,39 @@ TEST(ElementIdentity, NamesOfTheListAreSharedAndOtherNamesCopied)
 {
     auto first = makeElement(u"div");
     auto second = makeElement(u"div");
-    EXPECT_EQ(first->name, u"div");
-    EXPECT_EQ(&first->name.str(), &second->name.str());
+    EXPECT_EQ(first->nameText(), u"div");
+    EXPECT_EQ(&first->nameText(), &second->nameText());
+    EXPECT_EQ(first->nameTag, TagId::Div);
     auto upper = makeElement(u"DIV");
     auto custom = makeElement(u"my-element");
-    EXPECT_EQ(upper->name, u"DIV");
-    EXPECT_EQ(custom->name, u"my-element");
-    EXPECT_NE(&upper->name.str(), &makeElement(u"DIV")->name.str());
+    EXPECT_EQ(upper->nameText(), u"DIV");
+    EXPECT_EQ(custom->nameText(), u"my-element");
+    EXPECT_EQ(upper->nameTag, TagId::Unknown);
+    EXPECT_NE(&upper->nameText(), &makeElement(u"DIV")->nameText());
     EXPECT_EQ(makeElement(u"rect")->prefix().str(), u"");
+}
+
+// A name of the tag name list is kept as its tag, any other name as a copy
+// among the rarities; renaming moves between the two, and neither caches the
+// tag id.
+TEST(ElementIdentity, RenamingKeepsListedNamesAsTheirTagAndOthersAsCopies)
+{
+    auto element = makeElement(u"my-element");
+    EXPECT_EQ(element->nameTag, TagId::Unknown);
+    element->setName(u"span");
+    EXPECT_EQ(element->nameTag, TagId::Span);
+    EXPECT_EQ(element->nameText(), u"span");
+    EXPECT_EQ(&element->nameText(), &tagNameStrings()[static_cast<std::size_t>(TagId::Span)]);
+    EXPECT_EQ(element->tagId, TagId::Unknown);
+    element->setName(u"Span");
+    EXPECT_EQ(element->nameTag, TagId::Unknown);
+    EXPECT_EQ(element->nameText(), u"Span");
+    element->setName(u"");
+    EXPECT_TRUE(element->nameText().empty());
+    EXPECT_EQ(element->getTagId(), TagId::Unknown);
+    element->setName(u"b");
+    EXPECT_EQ(element->getTagId(), TagId::B);
+    EXPECT_EQ(element->getNodeName(), u"b");
 }
 
 TEST(ElementIdentity, UnknownNameIsLookedUpAgainEachTime)
@@ -64,7 +89,7 @@ TEST(ElementIdentity, UnknownNameIsLookedUpAgainEachTime)
     EXPECT_EQ(element->getTagId(), TagId::Unknown);
     EXPECT_EQ(element->getTagId(), TagId::Unknown);
     // Nothing was cached, so a name that becomes known is found.
-    element->name = u"div";
+    element->setName(u"div");
     EXPECT_EQ(element->getTagId(), TagId::Div);
 }
 
@@ -97,9 +122,9 @@ TEST(ElementIdentity, ElementFromTagIdHasNoCategory)
 TEST(ElementIdentity, ElementFromTagIdFillsItsNameOnRequest)
 {
     Element html(TagId::Html, NodeType::Element);
-    EXPECT_TRUE(html.name.empty());
+    EXPECT_TRUE(html.nameText().empty());
     EXPECT_EQ(html.getNodeName(), u"html");
-    EXPECT_EQ(html.name, u"html");
+    EXPECT_EQ(html.nameText(), u"html");
     Element unknown(TagId::Unknown, NodeType::Element);
     EXPECT_EQ(unknown.getNodeName(), u"");
 }
@@ -109,7 +134,7 @@ TEST(ElementIdentity, MarkerIsNeverAnElement)
     MarkerElement marker;
     EXPECT_EQ(marker.nodeType, NodeType::Marker);
     EXPECT_EQ(marker.tagId, TagId::Unknown);
-    EXPECT_TRUE(marker.name.empty());
+    EXPECT_TRUE(marker.nameText().empty());
 }
 
 TEST(ElementAttributes, ElementSharesTheTokensAttributesAndOwnsThem)
@@ -252,7 +277,7 @@ TEST(ElementStartTag, TagIdComesFromTheTagsRowOrFromALookup)
     EXPECT_EQ(element->category, TagCategory::Special);
 
     auto renamed = makeNode<Element>(nullptr, makeStartTag(u"div"));
-    renamed->name = u"span";
+    renamed->setName(u"span");
     EXPECT_EQ(renamed->getTagId(), TagId::Span);
 }
 

@@ -69,7 +69,7 @@ TEST(ParseHeap, ObjectsOutliveTheOwnerOfTheirHeap)
         ParseHeapOwner owner;
         text = makeNodeOnHeap<TextNode>(owner.get(), u'a');
         auto element = makeElementForTag(tag, owner.get());
-        element->name = u"kept";
+        element->setName(u"kept");
         auto parent = makeNode<Element>(owner.get(), TagId::Unknown, NodeType::Element);
         appendChild(element, parent.get());
         text->appendData(u"bc");

@@ -207,7 +207,7 @@ TEST_F(InsertionTest, HtmlRootKeepsTheHtmlNamespace)
     auto& root = static_cast<Element&>(*tree().currentNode);
     EXPECT_EQ(root.namespaceId, NamespaceId::Html);
     EXPECT_EQ(root.tagId, TagId::Html);
-    EXPECT_TRUE(root.name.empty());
+    EXPECT_TRUE(root.nameText().empty());
     EXPECT_EQ(root.getToken(), nullptr);
     EXPECT_TRUE(root.attributes.empty());
     EXPECT_EQ(root.parent, tree().document.get());

@@ -26,12 +26,12 @@ std::string elementLine(Element& element)
 {
     std::string line = "<";
     if (!element.prefix().empty()) line += narrow(element.prefix()) + ":";
-    if (element.name.empty() && element.tagId != TagId::Unknown) {
+    if (element.nameText().empty() && element.tagId != TagId::Unknown) {
         line += '(';
         line += narrow(tagNameText(static_cast<std::int32_t>(element.tagId)));
         line += ')';
     } else {
-        line += narrow(element.name);
+        line += narrow(element.nameText());
     }
     line += ">";
     if (element.namespaceId != NamespaceId::None) {
@@ -264,12 +264,12 @@ std::string stackNames(const TreeConstructor& constructor)
             continue;
         }
         auto& element = static_cast<Element&>(*entry);
-        if (element.name.empty() && element.tagId != TagId::Unknown) {
+        if (element.nameText().empty() && element.tagId != TagId::Unknown) {
             out += '(';
             out += narrow(tagNameText(static_cast<std::int32_t>(element.tagId)));
             out += ')';
         } else {
-            out += narrow(element.name);
+            out += narrow(element.nameText());
         }
     }
     return out;
