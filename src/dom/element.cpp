@@ -1,5 +1,7 @@
 #include "dom/element.h"
 
+#include <mutex>
+#include <unordered_map>
 #include <vector>
 
 namespace Parsers {
@@ -155,11 +157,11 @@ void Element::setName(const UString& text)
     const TagRow* row = text.empty() ? nullptr : lookupTagName(text.data(), text.size());
     if (row && tagNameString(static_cast<std::int32_t>(row->id)) == text) {
         nameTag = row->id;
-        if (rare) rare->name = UString();
+        if (hasRarities) rarities().name = UString();
         return;
     }
     nameTag = TagId::Unknown;
-    if (!text.empty() || rare) rarities().name = text;
+    if (!text.empty() || hasRarities) rarities().name = text;
 }
 
 void Element::setAttribute(const AttributeRef& attribute)
@@ -208,7 +210,8 @@ const CharacterText& Element::getNamespaceUri()
 const CharacterText* Element::cachedNamespaceUri() const
 {
     if (!namespaceUriKnown) return nullptr;
-    return rare && rare->namespaceUri ? rare->namespaceUri : &sharedEmptyText();
+    const ElementRarities* found = rare();
+    return found && found->namespaceUri ? found->namespaceUri : &sharedEmptyText();
 }
 
 void Element::cacheNamespaceUri(const CharacterText& uri)
@@ -216,36 +219,85 @@ void Element::cacheNamespaceUri(const CharacterText& uri)
     namespaceUriKnown = true;
     if (!uri.empty()) {
         rarities().namespaceUri = &uri;
-    } else if (rare) {
-        rare->namespaceUri = nullptr;
+    } else if (hasRarities) {
+        rarities().namespaceUri = nullptr;
     }
 }
 
 const CompactText& Element::prefix() const
 {
     static const CompactText none;
-    return rare ? rare->prefix : none;
+    const ElementRarities* found = rare();
+    return found ? found->prefix : none;
 }
 
 void Element::setPrefix(const UString& value)
 {
-    if (value.empty() && !rare) return;
+    if (value.empty() && !hasRarities) return;
     rarities().prefix = value;
 }
 
-// The block comes from the general allocator: an element may get its prefix
-// in its constructor, before makeNode gives it its heap, and few elements
-// have a block at all.
+namespace {
+
+// The rarities of the elements that have any, by element. Elements of any
+// parse on any thread share it, so every use holds its lock; an entry stays
+// where it is while others come and go, and only its element's thread reads
+// or changes it. The table is never destroyed: an element may outlive the
+// static objects of the library.
+class RarityTable {
+public:
+    ElementRarities& entryOf(const Element* element)
+    {
+        const std::lock_guard<std::mutex> hold(lock);
+        return entries[element];
+    }
+    const ElementRarities* find(const Element* element)
+    {
+        const std::lock_guard<std::mutex> hold(lock);
+        const auto found = entries.find(element);
+        return found == entries.end() ? nullptr : &found->second;
+    }
+    void erase(const Element* element) noexcept
+    {
+        const std::lock_guard<std::mutex> hold(lock);
+        entries.erase(element);
+    }
+
+private:
+    std::mutex lock;
+    std::unordered_map<const Element*, ElementRarities> entries;
+};
+
+RarityTable& rarityTable()
+{
+    static RarityTable* const table = new RarityTable();
+    return *table;
+}
+
+}  // namespace
+
 ElementRarities& Element::rarities()
 {
-    if (!rare) rare = new ElementRarities();
-    return *rare;
+    ElementRarities& entry = rarityTable().entryOf(this);
+    hasRarities = true;
+    return entry;
+}
+
+const ElementRarities* Element::rare() const
+{
+    return hasRarities ? rarityTable().find(this) : nullptr;
+}
+
+const UString& Element::rarityName() const
+{
+    const ElementRarities* found = rare();
+    return found ? found->name.str() : sharedEmptyString();
 }
 
 void Element::releaseRarities() noexcept
 {
-    delete rare;
-    rare = nullptr;
+    rarityTable().erase(this);
+    hasRarities = false;
 }
 
 bool Element::isSelfClosing() const

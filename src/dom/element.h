@@ -15,8 +15,9 @@
 namespace Parsers {
 
 // The parts of an element that few elements have: a prefix, a namespace URI
-// that is not empty, and a name that is not the tag name list's. An element
-// takes a block for them only when it gets one of them.
+// that is not empty, and a name that is not the tag name list's. They live in
+// a table by element, which has an entry for an element only once it gets one
+// of them: a pointer in every element would cost them all.
 struct ElementRarities {
     CompactText prefix;
     const CharacterText* namespaceUri = nullptr;
@@ -32,7 +33,10 @@ public:
     // self-closing flag, and shares its attributes, which now belong to this
     // element. It does not keep the tag: only a FormattingElement does.
     explicit Element(const TagTokenRef& startTag);
-    ~Element() { releaseRarities(); }
+    ~Element()
+    {
+        if (hasRarities) releaseRarities();
+    }
     std::uint32_t serialize(std::uint8_t* destination, StringTable* stringTable);
     void writeMarkup(UString& out);
     // Fills an empty name from the tag name list first, if the tag id is known.
@@ -42,7 +46,7 @@ public:
     {
         static const UString* const listTexts = tagNameStrings().data();
         if (nameTag != TagId::Unknown) return listTexts[static_cast<std::size_t>(nameTag)];
-        return rare ? rare->name.str() : sharedEmptyString();
+        return hasRarities ? rarityName() : sharedEmptyString();
     }
     // Gives the element this name: the list's own text for a name of the tag
     // name list, a copy otherwise.
@@ -93,6 +97,8 @@ public:
     bool isTableCell : 1 = false;
     // True once the namespace URI is cached: an empty one is cached so.
     bool namespaceUriKnown : 1 = false;
+    // True while the element has an entry in the table of rarities.
+    bool hasRarities : 1 = false;
     // The tag whose text in the tag name list is the element's name; Unknown
     // for a name outside the list, kept among the rarities, and for none yet
     // (an element made from its tag id alone, until asked for its name). The
@@ -101,16 +107,18 @@ public:
     AttributeMap attributes;
 
 private:
+    // The element's rarities, made empty first if it has none.
     ElementRarities& rarities();
+    // The rarities if the element has them, or null.
+    const ElementRarities* rare() const;
+    const UString& rarityName() const;
     void releaseRarities() noexcept;
 
     void cacheRow(const TagRow* row);
     // The row a lookup of the name finds, or null.
     const TagRow* rowOfName() const;
-    bool hasName() const { return nameTag != TagId::Unknown || (rare && !rare->name.empty()); }
+    bool hasName() const { return nameTag != TagId::Unknown || !rarityName().empty(); }
 
-    // Null while the element has none of them.
-    ElementRarities* rare = nullptr;
 };
 
 // An element of a formatting tag (a, b, font, nobr and the like). It keeps
