@@ -241,7 +241,8 @@ public:
         ++nextNumber;
         if (node->nodeType == NodeType::Element) {
             auto& element = static_cast<Element&>(*node);
-            // The replay gives the URI's number back without looking at a text.
+            // The URI's number comes back without a look at the text, which
+            // may be gone (see StringTable::internKeptUnlessEmpty).
             nodeTable += writeElementRecord(element, nodeTable, strings, sharedEmptyText());
             writeAttributeRecords(element);
         } else {

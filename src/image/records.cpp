@@ -19,7 +19,6 @@ std::uint32_t isTopLevel(const Node& node)
 }
 
 // A string's number, or absent for an empty string where the format allows.
-// The text goes on by reference: a replay must not look at it.
 template <typename Text>
 std::uint32_t internUnlessEmpty(const Text& text, StringTable& strings)
 {
@@ -94,8 +93,11 @@ std::uint32_t serializeElement(Element& element, std::uint8_t* destination, Stri
     if (!strings) return recordSize;
     const std::uint32_t nameString = strings->intern(element.nameText());
     const std::uint32_t prefixString = internUnlessEmpty(element.prefix(), *strings);
+    // A cached URI may be the value of a declaration on an element that is
+    // no longer above this one and is gone by the time the records are
+    // written: the writing round gets the number back without the text.
     const std::uint32_t uriString =
-        internUnlessEmpty(namespaceUri ? *namespaceUri : element.getNamespaceUri(), *strings);
+        strings->internKeptUnlessEmpty(namespaceUri ? *namespaceUri : element.getNamespaceUri());
     if (!destination) {
         for (const auto& entry : attributes) {
             if (isNamespaceDeclaration(*entry.second)) internDeclaration(*entry.second, *strings);
@@ -171,7 +173,10 @@ std::uint32_t Attribute::serialize(std::uint8_t* destination, StringTable* strin
     if (!strings) return kAttributeRecordSize;
     const std::uint32_t nameString = strings->intern(name);
     const std::uint32_t prefixString = internUnlessEmpty(prefix, *strings);
-    const std::uint32_t uriString = internUnlessEmpty(getNamespaceUri(), *strings);
+    // The URI may be an attribute value of an element that is gone by the
+    // time the records are written: the writing round gets the number back
+    // without it.
+    const std::uint32_t uriString = strings->internKeptUnlessEmpty(getNamespaceUri());
     const std::uint32_t valueString = internUnlessEmpty(value, *strings);
     if (!destination) return kAttributeRecordSize;
     FieldWriter fields(destination);

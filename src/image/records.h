@@ -14,8 +14,8 @@ class StringTable;
 // strings and returns its size) as Element::serialize does, except that the
 // namespace URI is the one given: the writer knows it from the declarations
 // in force, and an element that has not looked its URI up keeps no copy of
-// it. In the writing round the string table gives back the numbers of the
-// numbering round without looking at the texts, so any URI will do there.
+// it. In the writing round the string table gives back the number of the
+// numbering round without looking at the URI, so any URI will do there.
 std::uint32_t writeElementRecord(Element& element, std::uint8_t* destination, StringTable& strings,
                                  const CharacterText& namespaceUri);
 

@@ -1,6 +1,9 @@
 #include "image/string_table.h"
 
 #include <cstring>
+#include <functional>
+
+#include "dom/names.h"
 
 namespace Parsers {
 
@@ -101,23 +104,88 @@ std::size_t slotCountFor(std::size_t strings)
 
 }  // namespace
 
-StringTable::StringTable(std::size_t expectedStrings) : slots(slotCountFor(expectedStrings)) {}
+StringTable::StringTable(std::size_t expectedStrings)
+    : slots(slotCountFor(expectedStrings)),
+      listedNumbers(tagNameStrings().size() + attributeNameStrings().size(), kNoString),
+      tagTexts(tagNameStrings().data()),
+      attributeTexts(attributeNameStrings().data())
+{
+}
+
+std::size_t StringTable::listIndexOf(const UString* text) const
+{
+    const std::less<const UString*> before;
+    const std::size_t tagCount = tagNameStrings().size();
+    if (!before(text, tagTexts) && before(text, tagTexts + tagCount)) {
+        return static_cast<std::size_t>(text - tagTexts);
+    }
+    if (!before(text, attributeTexts) && before(text, attributeTexts + (listedNumbers.size() - tagCount))) {
+        return tagCount + static_cast<std::size_t>(text - attributeTexts);
+    }
+    return kNotListed;
+}
+
+std::uint32_t StringTable::internListed(std::size_t listed, const UString& text)
+{
+    std::uint32_t& known = listedNumbers[listed];
+    if (replaying) {
+        copyIfNext(known, TableString::of(std::u16string_view(text)));
+        return known;
+    }
+    if (known == kNoString) {
+        known = number(TableString::of(std::u16string_view(text)));
+    } else {
+        ++callCount;
+    }
+    return known;
+}
+
+std::uint32_t StringTable::settle(TableString text)
+{
+    if (!replaying) {
+        const std::uint32_t found = number(text);
+        if (!justAdded) keepAnswer(std::uint64_t{found} + kNumberBias);
+        return found;
+    }
+    // The numbering round met the same texts in the same order: a new
+    // string is the very text that the next new number was made from.
+    if (replayed.nextNumber < entries.size()) {
+        const TableString& next = entries[replayed.nextNumber];
+        if (next.units == text.units && next.length == text.length && next.wide == text.wide) {
+            const std::uint32_t found = replayed.nextNumber;
+            copyIfNext(found, text);
+            return found;
+        }
+    }
+    return replayAnswer();
+}
 
 std::uint32_t StringTable::number(TableString text)
 {
+    ++callCount;
+    justAdded = false;
     const auto hashHigh = static_cast<std::uint32_t>(hashOf(text) >> 32);
     const std::size_t mask = slots.size() - 1;
     for (std::size_t slot = hashHigh & mask;; slot = (slot + 1) & mask) {
         const Slot& candidate = slots[slot];
         if (candidate.numberPlusOne == 0) return add(text, hashHigh, slot);
         if (candidate.hashHigh != hashHigh) continue;
-        const std::uint32_t number = candidate.numberPlusOne - 1;
-        const TableString& known = entries[number];
-        if (known.length == text.length && sameUnits(known, text)) {
-            keepAnswer(std::uint64_t{number} + kNumberBias);
-            return number;
-        }
+        const std::uint32_t found = candidate.numberPlusOne - 1;
+        const TableString& known = entries[found];
+        if (known.length == text.length && sameUnits(known, text)) return found;
     }
+}
+
+void StringTable::copyIfNext(std::uint32_t number, const TableString& text)
+{
+    if (number != replayed.nextNumber) return;
+    std::uint8_t* copy = area + replayed.nextOffset;
+    copyUnits(copy, text);
+    // Later calls compare with the copy: the node that the string came from
+    // may be released once its record is written.
+    entries[number] = TableString{copy, text.length, true};
+    replayed.nextOffset += 2ull * text.length + 2;
+    ++replayed.nextNumber;
 }
 
 void StringTable::replay(std::uint8_t* stringArea)
@@ -129,7 +197,6 @@ void StringTable::replay(std::uint8_t* stringArea)
 
 void StringTable::keepAnswer(std::uint64_t code)
 {
-    ++callCount;
     while (code >= 0x80) {
         answers.push_back(static_cast<std::uint8_t>(code | 0x80));
         code >>= 7;
@@ -138,15 +205,20 @@ void StringTable::keepAnswer(std::uint64_t code)
     numbered.answer = answers.size();
 }
 
+std::uint32_t StringTable::keepAnswerOf(std::uint32_t number)
+{
+    keepAnswer(justAdded ? kNewCode : std::uint64_t{number} + kNumberBias);
+    return number;
+}
+
 std::uint32_t StringTable::replayAnswer()
 {
     std::uint8_t byte = answers[replayed.answer++];
     if (byte == kNewCode) {
         // The answer that made the number: the string goes into the image now.
-        const std::uint32_t number = replayed.nextNumber++;
-        const TableString& text = entries[number];
-        copyUnits(area + replayed.nextOffset, text);
-        replayed.nextOffset += 2ull * text.length + 2;
+        const std::uint32_t number = replayed.nextNumber;
+        const TableString text = entries[number];
+        copyIfNext(number, text);
         return number;
     }
     if (byte == kNoStringCode) return kNoString;
@@ -164,7 +236,7 @@ std::uint32_t StringTable::add(TableString text, std::uint32_t hashHigh, std::si
     entries.push_back(text);
     numbered.nextNumber = number + 1;
     numbered.nextOffset += 2ull * text.length + 2;
-    keepAnswer(kNewCode);
+    justAdded = true;
     slots[slot] = Slot{hashHigh, number + 1};
     if (4 * entries.size() > 3 * slots.size()) growIndex();
     return number;

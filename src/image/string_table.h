@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "dom/character_text.h"
@@ -37,27 +38,30 @@ struct TableString {
 // the number of its first occurrence in constant time.
 //
 // The image writer asks for every string twice: once to number the strings,
-// which gives the size of the table before any record is written, and once to
-// write the records. So the table keeps the answers of the first round in
-// order, and after replay() gives them back one by one without looking at the
-// strings again. The writer may read the answers from more than one place in
-// that order (ReplayPosition), so that it can write an element's attribute
+// which gives the size of the table before any record is written, and once,
+// after replay(), to write the records. The second round needs no index:
+// - a new string is the very text that the next new number was made from,
+//   and goes into the image then, while it has just been read for its
+//   record (a separate pass over all strings at the end would read them all
+//   again);
+// - a name of the tag or attribute name lists keeps its number by its place
+//   in the list;
+// - an empty text has no number in either round;
+// - any other repeat gets back the answer that the first round kept for it,
+//   in a byte or two.
+// The writer may write from more than one place in the order of the first
+// round (ReplayPosition), so that it can write an element's attribute
 // records with the element although their strings were numbered after those
-// of all nodes. While it replays, the table also copies each string into the
-// image at the answer that gave it its number: the string has just been read
-// for its record, and a separate pass over all strings at the end would read
-// them all again.
-//
-// The answers are kept in a byte or two each, not in four: most of them are
-// either a new number, which is the next one in order and needs no digits, or
-// the number of a name met early, which is small.
+// of all nodes. A text that may be gone by the second round is asked for
+// with internKeptUnlessEmpty: its answer is always kept, and the second
+// round does not look at it.
 class StringTable {
 public:
     // The answer for a text that has no number (internUnlessEmpty).
     static constexpr std::uint32_t kNoString = 0xFFFFFFFFu;
 
-    // A place in the answers of the numbering round: which answer, and the
-    // number and string table offset that the next new string there has.
+    // A place in the order of the numbering round: the next kept answer, and
+    // the number and string table offset that the next new string there has.
     struct ReplayPosition {
         std::size_t answer = 0;
         std::uint32_t nextNumber = 0;
@@ -70,54 +74,54 @@ public:
 
     // The string's number: a new number for new content, the first number
     // given to equal content otherwise. The table keeps a pointer to the
-    // string's units, which must stay where they are for as long as the
-    // table is used. After replay(), the number that the call of the same
-    // rank got before. The text is any string of 16-bit units, taken by
-    // reference and looked at only while numbering: a replay looks at no text
-    // at all, not even at its length, since the text may be gone by then.
+    // string's units, which must stay where they are until the string has
+    // gone into the image. After replay(), the same number for the call of
+    // the same rank. The text is any string of 16-bit units, or a
+    // CharacterText in its own width.
     template <typename Text>
     std::uint32_t intern(const Text& text)
     {
-        if (replaying) return replayAnswer();
-        return number(TableString::of(std::u16string_view(text)));
+        if constexpr (std::is_convertible_v<const Text&, const UString&>) {
+            const UString& units = text;
+            const std::size_t listed = listIndexOf(&units);
+            if (listed != kNotListed) return internListed(listed, units);
+        }
+        return settle(TableString::of(std::u16string_view(text)));
     }
-    // The same for the text of a text node or a comment, in its own width.
-    std::uint32_t intern(const CharacterText& text)
-    {
-        if (replaying) return replayAnswer();
-        return number(TableString::of(text));
-    }
-    // kNoString for an empty text, the text's number otherwise. The answer is
-    // kept like any other, and replayed in the same way.
+    std::uint32_t intern(const CharacterText& text) { return settle(TableString::of(text)); }
+    // kNoString for an empty text, the text's number otherwise.
     template <typename Text>
     std::uint32_t internUnlessEmpty(const Text& text)
     {
-        if (replaying) return replayAnswer();
-        const std::u16string_view units(text);
-        if (units.empty()) {
-            keepAnswer(kNoStringCode);
-            return kNoString;
-        }
-        return number(TableString::of(units));
+        if (std::u16string_view(text).empty()) return noString();
+        return intern(text);
     }
     std::uint32_t internUnlessEmpty(const CharacterText& text)
     {
+        if (text.empty()) return noString();
+        return intern(text);
+    }
+    // The same for a text that may be gone after the numbering round: its
+    // answer is kept, and the writing round gets it back without the text.
+    std::uint32_t internKeptUnlessEmpty(const CharacterText& text)
+    {
         if (replaying) return replayAnswer();
         if (text.empty()) {
+            ++callCount;
             keepAnswer(kNoStringCode);
             return kNoString;
         }
-        return number(TableString::of(text));
+        return keepAnswerOf(number(TableString::of(text)));
     }
-    // Starts giving back the numbers of the calls made so far, in order, and
-    // copies the units of each string to its place in `stringArea`, the
+    // Starts the writing round, whose new strings go into `stringArea`, the
     // image's string table. The zero unit behind each is the image's own.
     void replay(std::uint8_t* stringArea);
     // Where the next call is answered, in the numbering round or the replay,
     // and a move of the replay to such a place.
     ReplayPosition position() const { return replaying ? replayed : numbered; }
     void seekReplay(const ReplayPosition& place) { replayed = place; }
-    // How many strings have been asked for so far, repeats included.
+    // How many strings have been asked for in the numbering round, repeats
+    // and empty texts included.
     std::size_t calls() const { return callCount; }
 
     const SegmentedVector<TableString>& strings() const { return entries; }
@@ -135,19 +139,34 @@ private:
         std::uint32_t numberPlusOne;
     };
 
+    std::uint32_t settle(TableString text);
+    std::uint32_t noString()
+    {
+        if (!replaying) ++callCount;
+        return kNoString;
+    }
+    // The numbering round: the number of equal content, or a new one.
     std::uint32_t number(TableString text);
+    // A text of the name lists, by its place there.
+    static constexpr std::size_t kNotListed = ~std::size_t{0};
+    std::size_t listIndexOf(const UString* text) const;
+    std::uint32_t internListed(std::size_t listed, const UString& text);
     std::uint32_t replayAnswer();
     std::uint32_t add(TableString text, std::uint32_t hashHigh, std::size_t slot);
     void growIndex();
+    // Copies the string of the number into the image if it is the next new
+    // one where the writing round stands.
+    void copyIfNext(std::uint32_t number, const TableString& text);
 
-    // The answers as bytes: kNewCode for a new number, kNoStringCode for an
-    // empty text, and otherwise the number plus 2 in groups of seven bits,
+    // The kept answers as bytes: kNewCode for a new number, kNoStringCode for
+    // an empty text, and otherwise the number plus 2 in groups of seven bits,
     // lowest first, each but the last with the high bit set.
     static constexpr std::uint8_t kNewCode = 0;
     static constexpr std::uint8_t kNoStringCode = 1;
     static constexpr std::uint32_t kNumberBias = 2;
 
     void keepAnswer(std::uint64_t code);
+    std::uint32_t keepAnswerOf(std::uint32_t number);
 
     // The strings and the answers grow by segments: a large document's tables
     // take megabytes, and buffers outgrown by a vector would stay in the
@@ -156,11 +175,18 @@ private:
     std::vector<Slot> slots;  // a power of two of them, at most three quarters in use
     SegmentedVector<std::uint8_t> answers;
     std::size_t callCount = 0;
-    // Where the numbering round stands: the next answer, new number and
+    // Where the numbering round stands: the next kept answer, new number and
     // offset in the string table.
     ReplayPosition numbered;
     ReplayPosition replayed;
     bool replaying = false;
+    // Whether the last call of number() made a new number.
+    bool justAdded = false;
+    // The numbers of the texts of the tag name list, then of the attribute
+    // name list, by place; kNoString for one not asked for yet.
+    std::vector<std::uint32_t> listedNumbers;
+    const UString* tagTexts;
+    const UString* attributeTexts;
     // While replaying: where the strings go.
     std::uint8_t* area = nullptr;
 };

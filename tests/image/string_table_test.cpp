@@ -6,10 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "dom/compact_text.h"
+#include "dom/names.h"
 #include "image/image_block.h"
 
 namespace Parsers {
@@ -49,28 +53,132 @@ TEST(StringTable, ReplayGivesBackTheNumbersInOrderAndCopiesEachStringOnce)
     EXPECT_EQ(area, expected);
 }
 
-// An empty text gets no number, and its answer is kept like the others: the
-// replay gives it back without looking at the text, which may have changed
-// or be gone by then.
-TEST(StringTable, EmptyTextsHaveNoNumberAndTheirAnswersAreReplayed)
+// An empty text gets no number in either round: the writing round looks at
+// the text as the numbering round did.
+TEST(StringTable, EmptyTextsHaveNoNumberInEitherRound)
 {
-    UString empty;
+    const UString empty;
     const UString word = u"w";
     StringTable table;
     EXPECT_EQ(table.internUnlessEmpty(empty), StringTable::kNoString);
     EXPECT_EQ(table.internUnlessEmpty(word), 0u);
-    EXPECT_EQ(table.internUnlessEmpty(empty), StringTable::kNoString);
+    EXPECT_EQ(table.internUnlessEmpty(CharacterText()), StringTable::kNoString);
     EXPECT_EQ(table.calls(), 3u);
     EXPECT_EQ(table.size(), 1u);
     EXPECT_EQ(table.byteSize(), 4u);
 
     std::vector<std::uint8_t> area(table.byteSize(), 0xAA);
     table.replay(area.data());
-    empty = u"changed";
     EXPECT_EQ(table.internUnlessEmpty(empty), StringTable::kNoString);
-    EXPECT_EQ(table.internUnlessEmpty(empty), 0u);
-    EXPECT_EQ(table.internUnlessEmpty(empty), StringTable::kNoString);
+    EXPECT_EQ(table.internUnlessEmpty(word), 0u);
+    EXPECT_EQ(table.internUnlessEmpty(CharacterText()), StringTable::kNoString);
     EXPECT_EQ(area, (std::vector<std::uint8_t>{'w', 0, 0xAA, 0xAA}));
+}
+
+// A kept answer comes back in the writing round without a look at the text,
+// which may have changed or be gone by then; a new string among them is
+// copied from where the numbering round saw it.
+TEST(StringTable, KeptAnswersComeBackWithoutTheText)
+{
+    ParseHeapOwner owner;
+    ParseHeap* heap = owner.get();
+    CharacterText uri(u"urn:x", heap);
+    CharacterText none;
+    const UString word = u"urn:x";
+    StringTable table;
+    EXPECT_EQ(table.internKeptUnlessEmpty(uri), 0u);
+    EXPECT_EQ(table.internKeptUnlessEmpty(none), StringTable::kNoString);
+    EXPECT_EQ(table.intern(word), 0u);
+    EXPECT_EQ(table.internKeptUnlessEmpty(uri), 0u);
+    EXPECT_EQ(table.calls(), 4u);
+
+    std::vector<std::uint8_t> area(table.byteSize(), 0xAA);
+    table.replay(area.data());
+    EXPECT_EQ(table.internKeptUnlessEmpty(uri), 0u);
+    uri.assign(u"changed", heap);
+    none.assign(u"no longer empty", heap);
+    EXPECT_EQ(table.internKeptUnlessEmpty(none), StringTable::kNoString);
+    EXPECT_EQ(table.intern(word), 0u);
+    EXPECT_EQ(table.internKeptUnlessEmpty(uri), 0u);
+    EXPECT_EQ(area, (std::vector<std::uint8_t>{'u', 0, 'r', 0, 'n', 0, ':', 0, 'x', 0, 0xAA, 0xAA}));
+    uri.release(heap);
+    none.release(heap);
+}
+
+// Once the writing round has copied a string into the image, it compares
+// later texts with the copy: the text it came from may be released.
+TEST(StringTable, TheWritingRoundComparesWithTheCopyInTheImage)
+{
+    UString first = u"abc";
+    const UString later = u"abc";
+    StringTable table;
+    EXPECT_EQ(table.intern(first), 0u);
+    EXPECT_EQ(table.intern(later), 0u);
+    std::vector<std::uint8_t> area(table.byteSize(), 0);
+    table.replay(area.data());
+    EXPECT_EQ(table.intern(first), 0u);
+    first = u"zzz";
+    EXPECT_EQ(table.intern(later), 0u);
+    EXPECT_EQ(area, (std::vector<std::uint8_t>{'a', 0, 'b', 0, 'c', 0, 0, 0}));
+}
+
+// A name of the tag or attribute name lists keeps its number by its place
+// there, equal content elsewhere shares it, and each string goes into the
+// image once, at its first use.
+TEST(StringTable, NamesOfTheListsKeepTheirNumbersByPlace)
+{
+    const UString& div = tagNameStrings()[static_cast<std::size_t>(TagId::Div)];
+    const UString& href = attributeNameStrings()[static_cast<std::size_t>(AttributeId::Href)];
+    const UString plainDiv = u"div";
+    const CompactText listedHref = [&] {
+        CompactText text;
+        text.refer(href);
+        return text;
+    }();
+    StringTable table;
+    std::vector<std::uint32_t> first;
+    const auto askAll = [&](std::vector<std::uint32_t>& numbers) {
+        numbers.push_back(table.intern(plainDiv));
+        numbers.push_back(table.intern(div));
+        numbers.push_back(table.intern(listedHref));
+        numbers.push_back(table.intern(div));
+        numbers.push_back(table.internUnlessEmpty(href));
+        numbers.push_back(table.intern(plainDiv));
+    };
+    askAll(first);
+    EXPECT_EQ(first, (std::vector<std::uint32_t>{0, 0, 1, 0, 1, 0}));
+    EXPECT_EQ(table.calls(), 6u);
+    std::vector<std::uint8_t> area(table.byteSize(), 0xAA);
+    table.replay(area.data());
+    std::vector<std::uint32_t> second;
+    askAll(second);
+    EXPECT_EQ(second, first);
+    EXPECT_EQ(area, (std::vector<std::uint8_t>{'d', 0, 'i', 0, 'v', 0, 0xAA, 0xAA, 'h', 0, 'r', 0, 'e', 0,
+                                               'f', 0, 0xAA, 0xAA}));
+}
+
+// Kept answers of repeats take as many bytes as they need: numbers past 125
+// and past 16,381 take one byte more each.
+TEST(StringTable, KeptAnswersGiveBackLargeNumbersOfRepeats)
+{
+    std::vector<UString> texts;
+    for (std::uint32_t i = 0; i < 20000; ++i) {
+        texts.push_back(UString(1, static_cast<char16_t>(0x4E00 + i % 1000)) +
+                        static_cast<char16_t>(0x4E00 + i / 1000));
+    }
+    StringTable table;
+    for (const UString& text : texts) table.intern(text);
+    const std::vector<std::size_t> repeats = {19999, 0, 125, 126, 127, 16381, 16382, 16383, 5, 19998};
+    std::deque<CharacterText> kept;  // texts do not move
+    for (std::size_t index : repeats) kept.emplace_back(texts[index], nullptr);
+    for (std::size_t at = 0; at < repeats.size(); ++at) {
+        EXPECT_EQ(table.internKeptUnlessEmpty(kept[at]), repeats[at]);
+    }
+    std::vector<std::uint8_t> area(table.byteSize(), 0);
+    table.replay(area.data());
+    for (const UString& text : texts) table.intern(text);
+    for (CharacterText& text : kept) text.release(nullptr);
+    for (std::size_t index : repeats) EXPECT_EQ(table.internKeptUnlessEmpty(CharacterText()), index);
 }
 
 TEST(StringTable, ReplayCanBeReadFromTwoPlaces)
@@ -96,42 +204,6 @@ TEST(StringTable, ReplayCanBeReadFromTwoPlaces)
     table.seekReplay(atB);
     EXPECT_EQ(table.intern(b), 1u);
     EXPECT_EQ(area, (std::vector<std::uint8_t>{'a', 0, 0, 0, 'b', 0, 0, 0, 'c', 0, 0, 0}));
-}
-
-// Repeated numbers are kept in as many bytes as they need: numbers past 125
-// and past 16,381 take one byte more each.
-TEST(StringTable, ReplayGivesBackLargeNumbersOfRepeats)
-{
-    std::vector<UString> texts;
-    for (std::uint32_t i = 0; i < 20000; ++i) {
-        texts.push_back(UString(1, static_cast<char16_t>(0x4E00 + i % 1000)) +
-                        static_cast<char16_t>(0x4E00 + i / 1000));
-    }
-    StringTable table;
-    const UString empty;
-    std::vector<std::uint32_t> first;
-    for (const UString& text : texts) first.push_back(table.intern(text));
-    const std::vector<std::size_t> repeats = {19999, 0, 125, 126, 127, 16381, 16382, 16383, 5, 19998};
-    for (std::size_t index : repeats) {
-        first.push_back(table.internUnlessEmpty(empty));
-        first.push_back(table.intern(texts[index]));
-    }
-    EXPECT_EQ(table.calls(), texts.size() + 2 * repeats.size());
-    std::vector<std::uint8_t> area(table.byteSize(), 0);
-    table.replay(area.data());
-    std::vector<std::uint32_t> second;
-    for (const UString& text : texts) second.push_back(table.intern(text));
-    for (std::size_t index : repeats) {
-        second.push_back(table.internUnlessEmpty(empty));
-        second.push_back(table.intern(texts[index]));
-        EXPECT_EQ(second.back(), index);
-    }
-    EXPECT_EQ(second, first);
-    for (std::size_t i = 0; i < texts.size(); ++i) {
-        EXPECT_EQ(area[6 * i], static_cast<std::uint8_t>(texts[i][0]));
-        EXPECT_EQ(area[6 * i + 1], static_cast<std::uint8_t>(texts[i][0] >> 8));
-        EXPECT_EQ(area[6 * i + 3], static_cast<std::uint8_t>(texts[i][1] >> 8));
-    }
 }
 
 TEST(StringTable, ManyStringsOfSharedBeginningsKeepTheirNumbers)
