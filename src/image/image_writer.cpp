@@ -109,10 +109,9 @@ const CharacterText& resolveNamespaces(Element& element, const NamespaceScopes& 
     return uri;
 }
 
-// The attributes in table order, the number of nodes and the size of the
-// node table.
+// The number of attributes and of nodes, and the size of the node table.
 struct Collection {
-    std::vector<Attribute*> attributes;
+    std::uint32_t attributeCount = 0;
     std::uint32_t nodeCount = 0;
     std::uint64_t nodeTableSize = 0;
     // Where the numbering round stood when the nodes had their strings: the
@@ -177,8 +176,7 @@ NumberingFrame numberNode(Node* node, Collection& collection, NamespaceScopes& s
     const std::size_t bindings = scopes.enter(*element);
     const CharacterText& namespaceUri = resolveNamespaces(*element, scopes);
     for (const auto& entry : element->attributes) {
-        entry.second->imageIndex = static_cast<std::int32_t>(collection.attributes.size());
-        collection.attributes.push_back(entry.second.get());
+        entry.second->imageIndex = static_cast<std::int32_t>(collection.attributeCount++);
     }
     collection.nodeTableSize += writeElementRecord(*element, nullptr, strings, namespaceUri);
     return NumberingFrame{node, 0, bindings};
@@ -196,12 +194,30 @@ void collectImageItems(Document& document, Collection& collection, StringTable& 
     collection.attributeAnswers = strings.position();
 }
 
-// The numbering round of a table: the size of every record, and the strings
-// that the records use, numbered in that order. Returns the table's size.
-std::uint64_t numberTable(const std::vector<Attribute*>& items, StringTable& strings)
+struct AttributeFrame {
+    Node* node;
+    std::size_t nextChild;
+};
+
+// The numbering round of the attribute table: the size of every record, and
+// the strings that the records use, numbered in table order, which is the
+// order of the elements and of each element's attributes. The walk is made
+// again rather than the attributes kept in a list: a list of a large
+// document's attributes would take its room beside the image.
+std::uint64_t numberAttributeTable(Document& document, StringTable& strings)
 {
     std::uint64_t size = 0;
-    for (Attribute* item : items) size += item->serialize(nullptr, &strings);
+    walkImageNodes<AttributeFrame>(
+        document,
+        [&](Node* node, AttributeFrame*) {
+            if (node->nodeType == NodeType::Element) {
+                for (const auto& entry : static_cast<Element*>(node)->attributes) {
+                    size += entry.second->serialize(nullptr, &strings);
+                }
+            }
+            return AttributeFrame{node, 0};
+        },
+        [](const AttributeFrame&) {});
     return size;
 }
 
@@ -320,7 +336,7 @@ std::uint32_t writeDocumentImage(Document& document, HGLOBAL* out, TreeAfterImag
     Collection collection;
     collectImageItems(document, collection, strings);
     const std::uint64_t nodeTableSize = collection.nodeTableSize;
-    const std::uint64_t attributeTableSize = numberTable(collection.attributes, strings);
+    const std::uint64_t attributeTableSize = numberAttributeTable(document, strings);
     const std::uint64_t attributeTableOffset = ImageLayout::kHeaderSize + nodeTableSize;
     const std::uint64_t stringTableOffset = attributeTableOffset + attributeTableSize;
     const std::uint64_t total = stringTableOffset + strings.byteSize();
@@ -335,7 +351,7 @@ std::uint32_t writeDocumentImage(Document& document, HGLOBAL* out, TreeAfterImag
     writeRecords(document, image + ImageLayout::kHeaderSize, image + attributeTableOffset, collection,
                  strings, after);
     writeHeader(image, ImageHeader{collection.nodeCount,
-                                   static_cast<std::uint32_t>(collection.attributes.size()),
+                                   collection.attributeCount,
                                    static_cast<std::uint32_t>(attributeTableOffset), strings.size(),
                                    static_cast<std::uint32_t>(stringTableOffset)});
     block.unlock();
