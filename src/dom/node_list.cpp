@@ -97,6 +97,38 @@ void NodeList::clear() noexcept
     while (!empty()) pop_back();
 }
 
+void NodeList::shrinkToFit()
+{
+    Array* old = array();
+    if (!old || old->size == old->capacity) return;
+    ParseHeap* source = old->heap;
+    const std::uint32_t size = old->size;
+    NodeRef* present = items();
+    if (size == 0) {
+        releaseOn(source, old, arrayBytes(old->capacity));
+        bits = emptyOn(source);
+        return;
+    }
+    std::uintptr_t moved;
+    NodeRef* to;
+    if (size == 1) {
+        auto* one = new (allocateOn(source, sizeof(Single))) Single{source, NodeRef()};
+        moved = reinterpret_cast<std::uintptr_t>(one) | kSingle;
+        to = &one->child;
+    } else {
+        auto* exact = new (allocateOn(source, arrayBytes(size))) Array{source, size, size};
+        moved = reinterpret_cast<std::uintptr_t>(exact);
+        to = reinterpret_cast<NodeRef*>(exact + 1);
+        for (std::uint32_t index = 0; index < size; ++index) new (to + index) NodeRef();
+    }
+    for (std::uint32_t index = 0; index < size; ++index) {
+        to[index] = std::move(present[index]);
+        present[index].~NodeRef();
+    }
+    releaseOn(source, old, arrayBytes(old->capacity));
+    bits = moved;
+}
+
 void NodeList::reserveOneMore()
 {
     Array* old = array();

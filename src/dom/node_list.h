@@ -82,6 +82,9 @@ public:
     iterator erase(const_iterator position) noexcept;
     // Releases every entry and keeps an array for new ones.
     void clear() noexcept;
+    // Moves the entries to a block of exactly their number when the array has
+    // room to spare: for a list that will hardly grow again.
+    void shrinkToFit();
 
 private:
     // The start of an array: the entries follow it.

@@ -61,12 +61,15 @@ bool isTableEntry(const NodeRef& entry)
 }
 
 // An element leaves the stack: unless the list of active formatting elements
-// holds it, nothing will make a new element from its start tag.
-void releaseClosedStartTag(const NodeRef& entry)
+// holds it, nothing will make a new element from its start tag; and its
+// children are nearly always all there, so their list gives back the room
+// it kept for more.
+void settleClosedElement(const NodeRef& entry)
 {
     if (entry->nodeType != NodeType::Element) return;
     auto& element = static_cast<Element&>(*entry);
     if (!element.inFormattingList) element.releaseStartTag();
+    element.children.shrinkToFit();
 }
 
 }  // namespace
@@ -98,7 +101,7 @@ NodeRef TreeConstructor::popOpenElement()
     if (openElements.empty()) return nullptr;
     NodeRef popped = std::move(openElements.back());
     openElements.pop_back();
-    releaseClosedStartTag(popped);
+    settleClosedElement(popped);
     if (!tablePositions.empty() && tablePositions.back() == openElements.size()) {
         tablePositions.pop_back();
     }
@@ -121,7 +124,7 @@ void TreeConstructor::popToDepth(std::size_t count)
     // A depth above the size asks for nothing to go.
     if (count > openElements.size()) return;
     for (std::size_t position = count; position < openElements.size(); ++position) {
-        releaseClosedStartTag(openElements[position]);
+        settleClosedElement(openElements[position]);
     }
     openElements.resize(count);
     while (!tablePositions.empty() && tablePositions.back() >= count) tablePositions.pop_back();
@@ -161,7 +164,7 @@ void TreeConstructor::insertIntoOpenElements(std::size_t position, NodeRef eleme
 
 void TreeConstructor::eraseOpenElement(std::size_t position)
 {
-    releaseClosedStartTag(openElements[position]);
+    settleClosedElement(openElements[position]);
     openElements.erase(openElements.begin() + static_cast<std::ptrdiff_t>(position));
     std::vector<std::size_t> kept;
     for (std::size_t tablePosition : tablePositions) {

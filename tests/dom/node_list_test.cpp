@@ -165,5 +165,38 @@ TEST(NodeList, ASingleChildComesAndGoesEveryWay)
     EXPECT_EQ(unitsOf(taken), u"kl");
 }
 
+// Shrinking keeps the entries, their order and their references, and the
+// list grows again as before.
+TEST(NodeList, ShrinkingToFitKeepsEveryEntry)
+{
+    ParseHeapOwner owner;
+    NodeRef kept = textOf(u'k');
+    NodeList list(owner.get());
+    list.shrinkToFit();
+    EXPECT_TRUE(list.empty());
+    for (char16_t unit : std::u16string(u"abcde")) list.push_back(textOf(unit));
+    list.push_back(kept);
+    list.shrinkToFit();
+    EXPECT_EQ(unitsOf(list), u"abcdek");
+    EXPECT_EQ(kept.use_count(), 2);
+    EXPECT_EQ(list.heap(), owner.get());
+    list.push_back(textOf(u'f'));
+    EXPECT_EQ(unitsOf(list), u"abcdekf");
+    while (list.size() > 1) list.erase(list.begin());
+    list.shrinkToFit();
+    EXPECT_EQ(unitsOf(list), u"f");
+    list.push_back(textOf(u'g'));
+    EXPECT_EQ(unitsOf(list), u"fg");
+    list.pop_back();
+    list.pop_back();
+    list.shrinkToFit();
+    EXPECT_TRUE(list.empty());
+    EXPECT_EQ(list.heap(), owner.get());
+    list.push_back(kept);
+    EXPECT_EQ(unitsOf(list), u"k");
+    list.clear();
+    EXPECT_EQ(kept.use_count(), 1);
+}
+
 }  // namespace
 }  // namespace Parsers
