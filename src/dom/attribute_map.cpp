@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <stdexcept>
+#include <unordered_map>
 
 namespace Parsers {
 
@@ -41,20 +43,68 @@ void AttributeMap::sortPending() const
     Storage* sorting = storage();
     std::sort(sorting->entries(), sorting->entries() + sorting->count,
               [](const value_type& a, const value_type& b) { return a.first < b.first; });
-    sorting->pendingIndex.reset();
+    takePendingIndex(sorting);
+}
+
+namespace {
+
+// The indexes of the storages that gather out of order, by storage. Maps of
+// any parse on any thread share the table, so every use holds its lock; an
+// index stays where it is while others come and go, and only its map's
+// thread uses it. The table is never destroyed: a map may outlive the static
+// objects of the library.
+struct PendingIndexes {
+    std::mutex lock;
+    std::unordered_map<const void*, std::unique_ptr<std::map<UString, std::uint32_t, std::less<>>>> byStorage;
+};
+
+PendingIndexes& pendingIndexes()
+{
+    static PendingIndexes* const table = new PendingIndexes();
+    return *table;
+}
+
+}  // namespace
+
+AttributeMap::PendingIndex& AttributeMap::pendingIndexOf(const Storage* storage)
+{
+    PendingIndexes& table = pendingIndexes();
+    const std::lock_guard<std::mutex> hold(table.lock);
+    return *table.byStorage.at(storage);
+}
+
+void AttributeMap::setPendingIndex(Storage* storage, std::unique_ptr<PendingIndex> index)
+{
+    PendingIndexes& table = pendingIndexes();
+    const std::lock_guard<std::mutex> hold(table.lock);
+    table.byStorage[storage] = std::move(index);
+    storage->pending = 1;
+}
+
+std::unique_ptr<AttributeMap::PendingIndex> AttributeMap::takePendingIndex(Storage* storage) noexcept
+{
+    if (!storage->pending) return nullptr;
+    storage->pending = 0;
+    PendingIndexes& table = pendingIndexes();
+    const std::lock_guard<std::mutex> hold(table.lock);
+    const auto found = table.byStorage.find(storage);
+    std::unique_ptr<PendingIndex> index = std::move(found->second);
+    table.byStorage.erase(found);
+    return index;
 }
 
 AttributeMap::Storage* AttributeMap::newStorage(ParseHeap* source, std::size_t capacity)
 {
     const std::size_t bytes = sizeof(Storage) + capacity * sizeof(value_type);
     void* block = allocateOn(source, bytes);
-    return new (block) Storage{source, nullptr, 1, 0, static_cast<std::uint32_t>(capacity)};
+    return new (block) Storage{source, 1, 0, static_cast<std::uint32_t>(capacity), 0};
 }
 
 void AttributeMap::deleteStorage(Storage* gone) noexcept
 {
     ParseHeap* from = gone->heap;
     const std::size_t bytes = sizeof(Storage) + std::size_t{gone->capacity} * sizeof(value_type);
+    takePendingIndex(gone);
     std::destroy_n(gone->entries(), gone->count);
     gone->~Storage();
     releaseOn(from, gone, bytes);
@@ -99,7 +149,7 @@ AttributeMap::Storage& AttributeMap::ownStorage(std::size_t more)
                 for (std::uint32_t index = 0; index < present->count; ++index) {
                     appendEntry(*own, std::move(present->entries()[index]));
                 }
-                own->pendingIndex = std::move(present->pendingIndex);
+                if (present->pending) setPendingIndex(own, takePendingIndex(present));
             }
         } catch (...) {
             deleteStorage(own);
@@ -154,7 +204,7 @@ std::pair<AttributeMap::const_iterator, bool> AttributeMap::try_emplace(UString 
     const bool own = !storage() || storage()->sharers == 1;
     // A map of its own that gathers out of order checks its keys in its index:
     // a search of the array would sort it.
-    if (own && storage() && storage()->pendingIndex) return tryAppend(std::move(key), value);
+    if (own && storage() && storage()->pending) return tryAppend(std::move(key), value);
     if (own && (!storage() || storage()->entries()[storage()->count - 1].first < key)) {
         // In order: most tags write their attributes so, or have few.
         value_type entry = makeEntry(key, value);
@@ -168,7 +218,7 @@ std::pair<AttributeMap::const_iterator, bool> AttributeMap::try_emplace(UString 
         for (std::uint32_t position = 0; position < entries.count; ++position) {
             index->emplace_hint(index->end(), entries.entries()[position].first, position);
         }
-        entries.pendingIndex = std::move(index);
+        setPendingIndex(&entries, std::move(index));
         return tryAppend(std::move(key), value);
     }
     value_type entry = makeEntry(key, value);
@@ -187,13 +237,14 @@ std::pair<AttributeMap::const_iterator, bool> AttributeMap::tryAppend(UString ke
                                                                        const AttributeRef& value)
 {
     Storage* entries = storage();
-    const auto [indexed, added] = entries->pendingIndex->try_emplace(key, entries->count);
+    PendingIndex& index = pendingIndexOf(entries);
+    const auto [indexed, added] = index.try_emplace(key, entries->count);
     if (!added) return {entries->entries() + indexed->second, false};
     try {
         value_type entry = makeEntry(key, value);
         return {appendEntry(ownStorage(1), std::move(entry)), true};
     } catch (...) {
-        storage()->pendingIndex->erase(indexed);
+        index.erase(indexed);
         throw;
     }
 }

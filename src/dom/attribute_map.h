@@ -112,16 +112,19 @@ private:
     struct Storage {
         // Where the block comes from; null for the general allocator.
         ParseHeap* heap;
-        // While entries are gathered out of order: the position of each key.
-        std::unique_ptr<PendingIndex> pendingIndex;
         std::uint32_t sharers = 1;
         std::uint32_t count = 0;
-        std::uint32_t capacity;
+        std::uint32_t capacity : 31;
+        // While entries are gathered out of order: the position of each key
+        // is in an index of its own (see pendingIndexOf), which few maps
+        // ever need.
+        std::uint32_t pending : 1;
 
         value_type* entries() { return reinterpret_cast<value_type*>(this + 1); }
         const value_type* entries() const { return reinterpret_cast<const value_type*>(this + 1); }
     };
     static_assert(sizeof(Storage) % alignof(value_type) == 0, "the entries follow the header");
+    static_assert(sizeof(Storage) <= 24, "a map of one attribute takes 40 bytes");
 
     static Storage* newStorage(ParseHeap* source, std::size_t capacity);
     static void deleteStorage(Storage* gone) noexcept;
@@ -134,10 +137,15 @@ private:
     // operation, and in an array that copies share.
     Storage* sortedStorage() const
     {
-        if (storage()->pendingIndex) sortPending();
+        if (storage()->pending) sortPending();
         return storage();
     }
     void sortPending() const;
+    // The index of a storage that gathers out of order, which a table keeps
+    // by storage; setting one marks the storage pending, dropping it unmarks.
+    static PendingIndex& pendingIndexOf(const Storage* storage);
+    static void setPendingIndex(Storage* storage, std::unique_ptr<PendingIndex> index);
+    static std::unique_ptr<PendingIndex> takePendingIndex(Storage* storage) noexcept;
     // The storage of this map alone, ready to change, with room for `more`
     // further entries.
     Storage& ownStorage(std::size_t more);
