@@ -150,7 +150,6 @@ public:
     Value value;
     Prefix prefix;
     const CharacterText* namespaceUriCache = nullptr;
-    std::int32_t imageIndex = -1;
     Element* owner = nullptr;
     // Where makeAttribute took the attribute's memory from; null for the
     // general allocator.

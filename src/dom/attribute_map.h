@@ -77,6 +77,8 @@ public:
     const_iterator begin() const { return storage() ? sortedStorage()->entries() : nullptr; }
     const_iterator end() const { return storage() ? sortedStorage()->entries() + storage()->count : nullptr; }
     std::size_t size() const { return storage() ? storage()->count : 0; }
+    // True while copies share the entries.
+    bool isShared() const { return storage() && storage()->sharers > 1; }
     // The heap the entries lie on; null for the general allocator.
     ParseHeap* entriesHeap() const { return heap(); }
     bool empty() const { return size() == 0; }

@@ -112,6 +112,9 @@ const CharacterText& resolveNamespaces(Element& element, const NamespaceScopes& 
 // The number of attributes and of nodes, and the size of the node table.
 struct Collection {
     std::uint32_t attributeCount = 0;
+    // The attributes that more than one element may hold (see
+    // countAttributes), with the number of the last place that lists them.
+    std::unordered_map<const Attribute*, std::uint32_t> sharedAttributes;
     std::uint32_t nodeCount = 0;
     std::uint64_t nodeTableSize = 0;
     // Where the numbering round stood when the nodes had their strings: the
@@ -153,6 +156,22 @@ void walkImageNodes(Document& document, Enter enter, Leave leave)
     }
 }
 
+// Gives the element's attributes the next numbers of the attribute table. An
+// attribute may be listed by more than one element: by copies of one map, as
+// the elements made again from one start tag share theirs, or by maps that
+// hold the same attribute. Every element that lists it gives the number of
+// the last place that lists it, so those attributes are remembered.
+void countAttributes(const Element& element, Collection& collection)
+{
+    const bool copiesShare = element.attributes.isShared();
+    for (const auto& entry : element.attributes) {
+        if (copiesShare || entry.second->referenceCount > 1) {
+            collection.sharedAttributes[entry.second.get()] = collection.attributeCount;
+        }
+        ++collection.attributeCount;
+    }
+}
+
 struct NumberingFrame {
     Node* node;
     std::size_t nextChild;
@@ -175,10 +194,9 @@ NumberingFrame numberNode(Node* node, Collection& collection, NamespaceScopes& s
     auto* element = static_cast<Element*>(node);
     const std::size_t bindings = scopes.enter(*element);
     const CharacterText& namespaceUri = resolveNamespaces(*element, scopes);
-    for (const auto& entry : element->attributes) {
-        entry.second->imageIndex = static_cast<std::int32_t>(collection.attributeCount++);
-    }
-    collection.nodeTableSize += writeElementRecord(*element, nullptr, strings, namespaceUri);
+    const AttributeNumbering numbering{collection.attributeCount, collection.sharedAttributes};
+    countAttributes(*element, collection);
+    collection.nodeTableSize += writeElementRecord(*element, nullptr, strings, namespaceUri, numbering);
     return NumberingFrame{node, 0, bindings};
 }
 
@@ -241,9 +259,9 @@ struct WritingFrame {
 class RecordWriter {
 public:
     RecordWriter(std::uint8_t* nodes, std::uint8_t* attributes, StringTable& table,
-                 const StringTable::ReplayPosition& firstAttributeAnswer)
+                 const Collection& collection)
         : nodeTable(nodes), attributeTable(attributes), strings(table),
-          attributeAnswers(firstAttributeAnswer)
+          attributeAnswers(collection.attributeAnswers), sharedAttributes(collection.sharedAttributes)
     {
     }
 
@@ -259,8 +277,10 @@ public:
             auto& element = static_cast<Element&>(*node);
             // The URI's number comes back without a look at the text, which
             // may be gone (see StringTable::internKeptUnlessEmpty).
-            nodeTable += writeElementRecord(element, nodeTable, strings, sharedEmptyText());
+            const AttributeNumbering numbering{nextAttribute, sharedAttributes};
+            nodeTable += writeElementRecord(element, nodeTable, strings, sharedEmptyText(), numbering);
             writeAttributeRecords(element);
+            nextAttribute += static_cast<std::uint32_t>(element.attributes.size());
         } else {
             nodeTable += node->serialize(nodeTable, &strings);
         }
@@ -285,7 +305,9 @@ private:
     std::uint8_t* attributeTable;
     StringTable& strings;
     StringTable::ReplayPosition attributeAnswers;
+    const std::unordered_map<const Attribute*, std::uint32_t>& sharedAttributes;
     std::uint32_t nextNumber = 0;
+    std::uint32_t nextAttribute = 0;
 };
 
 // With TreeAfterImage::Released, the children of each node are released once
@@ -297,7 +319,7 @@ private:
 void writeRecords(Document& document, std::uint8_t* nodeTable, std::uint8_t* attributeTable,
                   const Collection& collection, StringTable& strings, TreeAfterImage after)
 {
-    RecordWriter writer(nodeTable, attributeTable, strings, collection.attributeAnswers);
+    RecordWriter writer(nodeTable, attributeTable, strings, collection);
     walkImageNodes<WritingFrame>(
         document, [&](Node* node, WritingFrame* parent) { return writer.enter(node, parent); },
         [&](const WritingFrame& frame) {

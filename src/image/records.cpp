@@ -81,7 +81,7 @@ DeclarationStrings internDeclaration(const Attribute& declaration, StringTable& 
 // Each record takes its strings first, in the order it uses them. In the
 // numbering round, which has no destination, that is all it does.
 std::uint32_t serializeElement(Element& element, std::uint8_t* destination, StringTable* strings,
-                               const CharacterText* namespaceUri)
+                               const CharacterText* namespaceUri, const AttributeNumbering* numbering)
 {
     const AttributeMap& attributes = element.attributes;
     auto attributeCount = static_cast<std::uint32_t>(attributes.size());
@@ -118,7 +118,18 @@ std::uint32_t serializeElement(Element& element, std::uint8_t* destination, Stri
     fields.u32(attributeCount ? kElementFixedPayloadSize : 0);
     fields.u32(declarationCount);
     fields.u32(declarationCount ? kElementFixedPayloadSize + 4 * attributeCount : 0);
-    for (const auto& entry : attributes) fields.u32(static_cast<std::uint32_t>(entry.second->imageIndex));
+    std::uint32_t number = numbering ? numbering->first : kAbsent;
+    for (const auto& entry : attributes) {
+        // Outside an image an attribute has no number.
+        if (!numbering) {
+            fields.u32(kAbsent);
+            continue;
+        }
+        const auto shared = numbering->shared.empty() ? numbering->shared.end()
+                                                      : numbering->shared.find(entry.second.get());
+        fields.u32(shared == numbering->shared.end() ? number : shared->second);
+        ++number;
+    }
     for (const auto& entry : attributes) {
         if (!isNamespaceDeclaration(*entry.second)) continue;
         const DeclarationStrings declaration = internDeclaration(*entry.second, *strings);
@@ -132,9 +143,9 @@ std::uint32_t serializeElement(Element& element, std::uint8_t* destination, Stri
 }  // namespace
 
 std::uint32_t writeElementRecord(Element& element, std::uint8_t* destination, StringTable& strings,
-                                 const CharacterText& namespaceUri)
+                                 const CharacterText& namespaceUri, const AttributeNumbering& numbering)
 {
-    return serializeElement(element, destination, &strings, &namespaceUri);
+    return serializeElement(element, destination, &strings, &namespaceUri, &numbering);
 }
 
 std::uint32_t Node::serialize(std::uint8_t* destination, StringTable* strings)
@@ -164,7 +175,7 @@ std::uint32_t Comment::serialize(std::uint8_t* destination, StringTable* strings
 
 std::uint32_t Element::serialize(std::uint8_t* destination, StringTable* strings)
 {
-    return serializeElement(*this, destination, strings, nullptr);
+    return serializeElement(*this, destination, strings, nullptr, nullptr);
 }
 
 template <>

@@ -473,7 +473,6 @@ TEST(AttributeBasics, FreshAttributeFields)
     EXPECT_EQ(attribute.position.line, 2u);
     EXPECT_FALSE(attribute.duplicate);
     EXPECT_EQ(attribute.namespaceId, NamespaceId::None);
-    EXPECT_EQ(attribute.imageIndex, -1);
     EXPECT_EQ(attribute.owner, nullptr);
 }
 

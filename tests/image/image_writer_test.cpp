@@ -292,7 +292,6 @@ TEST(ImageWriter, LookupsMadeByTheWriterAreNotCached)
     writeImage(document);
     EXPECT_EQ(div->tagId, TagId::Unknown);
     EXPECT_EQ(div->attributes.at(u"id")->attributeId, AttributeId::Unknown);
-    EXPECT_EQ(div->attributes.at(u"id")->imageIndex, 0);
 }
 
 TEST(ImageWriter, AttributeValueAndTagNameShareAString)
