@@ -306,20 +306,32 @@ bool Element::isSelfClosing() const
     return selfClosing;
 }
 
-FormattingElement::FormattingElement(const TagTokenRef& startTag) : Element(startTag), token(startTag)
+FormattingElement::FormattingElement(const TagTokenRef& startTag, ParseHeap* heap) : Element(startTag)
 {
     keepsStartTag = true;
+    void* block = allocateOn(heap, sizeof(TagTokenRef));
+    heldTag = new (block) TagTokenRef(startTag);
 }
 
 const TagTokenRef& Element::getToken() const
 {
     static const TagTokenRef none;
-    return keepsStartTag ? static_cast<const FormattingElement*>(this)->token : none;
+    if (!keepsStartTag) return none;
+    const TagTokenRef* held = static_cast<const FormattingElement*>(this)->heldTag;
+    return held ? *held : none;
 }
 
+// The block of the tag's reference comes from the heap that the element's
+// child list names: the one the element was made on.
 void Element::releaseStartTag()
 {
-    if (keepsStartTag) static_cast<FormattingElement*>(this)->token.reset();
+    if (!keepsStartTag) return;
+    TagTokenRef*& held = static_cast<FormattingElement*>(this)->heldTag;
+    if (!held) return;
+    TagTokenRef* gone = held;
+    held = nullptr;
+    gone->~TagTokenRef();
+    releaseOn(children.heap(), gone, sizeof(TagTokenRef));
 }
 
 TableCellElement::TableCellElement(const TagTokenRef& startTag) : Element(startTag)
@@ -372,7 +384,7 @@ Ref<Element> makeElementForTag(const TagTokenRef& startTag, ParseHeap* heap)
     const TagId id = startTag->getTagId();
     if (id == TagId::Td || id == TagId::Th) return makeNode<TableCellElement>(heap, startTag);
     if (id != TagId::Unknown && startTag->tagEntry->category == TagCategory::Formatting) {
-        return makeNode<FormattingElement>(heap, startTag);
+        return makeNodeOnHeap<FormattingElement>(heap, startTag);
     }
     return makeNode<Element>(heap, startTag);
 }

@@ -124,12 +124,16 @@ private:
 // An element of a formatting tag (a, b, font, nobr and the like). It keeps
 // its start tag: the list of active formatting elements makes new elements
 // from the tags of its entries, and no other element is ever made again from
-// its tag, so the others need no room for one.
+// its tag, so the others need no room for one. The tag's reference lies in a
+// block of the element's heap while the element keeps it: most formatting
+// elements of a document have given theirs up, and one pointer is half the
+// room of a reference.
 class FormattingElement : public Element {
 public:
-    explicit FormattingElement(const TagTokenRef& startTag);
+    FormattingElement(const TagTokenRef& startTag, ParseHeap* heap);
+    ~FormattingElement() { releaseStartTag(); }
 
-    TagTokenRef token;
+    TagTokenRef* heldTag = nullptr;
 };
 
 // The marker entry of the list of active formatting elements. Never in a tree.
