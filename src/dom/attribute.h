@@ -35,7 +35,7 @@ public:
     using Prefix = std::conditional_t<kWide, CompactText, String>;
     // The local name of a tag's or element's attribute is one word: the
     // attribute name list's own text for a name of the list, a copy otherwise.
-    // While the tokenizer builds it, it refers to the tag's name builder.
+    // While the tokenizer builds it, it refers to the tokenizer's builder.
     using Name = std::conditional_t<kWide, CompactText, String>;
     // The value of a tag's or element's attribute takes one byte a unit while
     // its units are below 256, from the attribute's heap (see CharacterText).
