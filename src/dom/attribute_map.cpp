@@ -110,22 +110,6 @@ void AttributeMap::deleteStorage(Storage* gone) noexcept
     releaseOn(from, gone, bytes);
 }
 
-const AttributeMap::value_type* AttributeMap::appendEntry(Storage& into, value_type&& entry)
-{
-    value_type* slot = into.entries() + into.count;
-    new (slot) value_type(std::move(entry));
-    ++into.count;
-    return slot;
-}
-
-const AttributeMap::value_type* AttributeMap::appendCopy(Storage& into, const value_type& entry)
-{
-    value_type* slot = into.entries() + into.count;
-    new (slot) value_type(entry);
-    ++into.count;
-    return slot;
-}
-
 AttributeMap::Storage& AttributeMap::ownStorage(std::size_t more)
 {
     Storage* present = storage();
@@ -144,7 +128,7 @@ AttributeMap::Storage& AttributeMap::ownStorage(std::size_t more)
         try {
             if (shared) {
                 sortedStorage();
-                for (const value_type& entry : *this) appendCopy(*own, entry);
+                for (const value_type& entry : *this) appendEntry(*own, entry);
             } else {
                 for (std::uint32_t index = 0; index < present->count; ++index) {
                     appendEntry(*own, std::move(present->entries()[index]));

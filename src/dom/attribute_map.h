@@ -24,6 +24,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -130,9 +131,15 @@ private:
 
     static Storage* newStorage(ParseHeap* source, std::size_t capacity);
     static void deleteStorage(Storage* gone) noexcept;
-    // Appends to a storage with room for one more.
-    static const value_type* appendEntry(Storage& into, value_type&& entry);
-    static const value_type* appendCopy(Storage& into, const value_type& entry);
+    // Appends a copy or a moved entry to a storage with room for one more.
+    template <typename Entry>
+    static const value_type* appendEntry(Storage& into, Entry&& entry)
+    {
+        value_type* slot = into.entries() + into.count;
+        new (slot) value_type(std::forward<Entry>(entry));
+        ++into.count;
+        return slot;
+    }
 
     // The storage with its entries in order, sorting those gathered out of
     // order first: that changes no content, so it may happen in a reading
@@ -198,12 +205,12 @@ void AttributeMap::mergeMissing(const AttributeMap& other, Entered entered)
         const value_type* own = begin();
         const value_type* ownEnd = end();
         for (const value_type& entry : other) {
-            while (own != ownEnd && own->first < entry.first) appendCopy(*merged, *own++);
+            while (own != ownEnd && own->first < entry.first) appendEntry(*merged, *own++);
             if (own != ownEnd && own->first == entry.first) continue;
-            appendCopy(*merged, entry);
+            appendEntry(*merged, entry);
             entered(entry.second);
         }
-        for (; own != ownEnd; ++own) appendCopy(*merged, *own);
+        for (; own != ownEnd; ++own) appendEntry(*merged, *own);
     } catch (...) {
         deleteStorage(merged);
         throw;

@@ -120,7 +120,6 @@ struct Collection {
     // Where the numbering round stood when the nodes had their strings: the
     // attributes' answers follow.
     StringTable::ReplayPosition attributeAnswers;
-    std::uint32_t nextNumber = 0;
 };
 
 bool isImageRoot(const Node* node)

@@ -191,11 +191,4 @@ private:
     std::uint8_t* area = nullptr;
 };
 
-// The number of a string in the table (the image writer's name for intern).
-template <typename Text>
-std::uint32_t internString(const Text& text, StringTable& stringTable)
-{
-    return stringTable.intern(text);
-}
-
 }  // namespace Parsers

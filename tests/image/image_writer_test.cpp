@@ -294,6 +294,50 @@ TEST(ImageWriter, LookupsMadeByTheWriterAreNotCached)
     EXPECT_EQ(div->attributes.at(u"id")->attributeId, AttributeId::Unknown);
 }
 
+// An attribute that more than one element lists has a record at each place
+// in the table, and every element that lists it gives the number of the last:
+// here the attribute of two elements made from one tag (their maps are
+// copies of one map) and one entered into a second element's own map. Each
+// record takes 22 bytes of head, 36 of fixed payload and the attribute's
+// number, 4: the numbers lie 58 bytes into records of 62 bytes each, which
+// follow the 26-byte header.
+TEST(ImageWriter, SharedAttributesGiveTheNumberOfTheirLastPlace)
+{
+    const auto numbersIn = [](const std::vector<std::uint8_t>& bytes) {
+        const auto u32At = [&](std::size_t at) {
+            std::uint32_t value = 0;
+            std::memcpy(&value, bytes.data() + at, sizeof value);
+            return value;
+        };
+        std::vector<std::uint32_t> numbers{u32At(10)};
+        for (std::size_t record = 0; record < 4; ++record) numbers.push_back(u32At(26 + 62 * record + 58));
+        return numbers;
+    };
+    const auto build = [](Document& document) {
+        auto tag = makeStartTag(u"b", {{u"class", u"x"}});
+        append(makeNode<Element>(nullptr, tag), &document);
+        append(makeNode<Element>(nullptr, tag), &document);
+        auto* third = append(makeElement(u"i", {{u"title", u"y"}}), &document);
+        auto* fourth = append(makeElement(u"u"), &document);
+        fourth->attributes.try_emplace(u"title", third->attributes.at(u"title"));
+    };
+    Document kept(2);
+    build(kept);
+    const WrittenImage image = writeImage(kept);
+    // Four attribute records, one a place; the count, then each element's
+    // number (its own would be 0, 1, 2 and 3).
+    EXPECT_EQ(numbersIn(image.bytes), (std::vector<std::uint32_t>{4, 1, 1, 3, 3}));
+
+    Ref<Document> released = makeNode<Document>(nullptr, 2);
+    build(*released);
+    HGLOBAL handle = nullptr;
+    const std::uint32_t size = writeDocumentImage(*released, &handle, TreeAfterImage::Released);
+    auto* start = static_cast<std::uint8_t*>(GlobalLock(handle));
+    EXPECT_EQ(std::vector<std::uint8_t>(start, start + size), image.bytes);
+    GlobalUnlock(handle);
+    EXPECT_EQ(GlobalFree(handle), nullptr);
+}
+
 TEST(ImageWriter, AttributeValueAndTagNameShareAString)
 {
     Document document(2);
